@@ -1,0 +1,44 @@
+/* Types that several families of auspool share, and the mark of an exported function.
+ *
+ * Conventions of every family
+ * - A family is a set of functions on an opaque handle: FAMILY_create makes it, FAMILY_destroy
+ * releases it. A creator that fails returns null and leaves nothing behind; a destroyer accepts
+ * null unless its text says otherwise.
+ * - Audio is 32-bit float, full scale -1.0 to 1.0, unless a text says otherwise. A frame is one
+ * sample of each channel; frames are counted per channel.
+ * - Failures are return values. Nothing throws across this interface.
+ * - Strings are UTF-8 and end in NUL.
+ * - Unless a text says otherwise a handle has one user at a time.
+ */
+#ifndef AUSPOOL_TYPES_H
+#define AUSPOOL_TYPES_H
+
+#include <stdint.h>
+
+/* Marks what the shared library exports; everything else in it is hidden. */
+#if defined(__GNUC__)
+#define AUSPOOL_API __attribute__((visibility("default")))
+#else
+#define AUSPOOL_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* The two channels of a stereo block. With a stride of 2 the pair points into one interleaved
+ * buffer: `left` at its first sample, `right` at its second. The record does not own what it points
+ * to. */
+typedef struct au_channel_pair {
+  float *left;
+  float *right;
+} au_channel_pair;
+
+/* A dictionary of tags. */
+typedef struct audict audict;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* AUSPOOL_TYPES_H */
