@@ -1,0 +1,43 @@
+"""Each public header compiles alone, twice in a row, as C11 and as C++20, and a C program links all that it declares.
+
+usage: headers.py C-COMPILER C++-COMPILER LIBRARY [SANITIZERS]"""
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+from tree import ROOT, WARNINGS, exported, finish, public_headers
+
+c, cxx, library = sys.argv[1:4]
+sanitize = [f"-fsanitize={sys.argv[4]}"] if sys.argv[4:] and sys.argv[4] else []
+
+
+def program(headers):
+    """A C program that takes the address of every function of these headers, each included twice."""
+    includes = "".join(f"#include <auspool/{header.name}>\n" for header in headers) * 2
+    names = [name for header in headers for name in exported(header)]
+    addresses = "".join(f"  (void (*)(void)){name},\n" for name in names)
+    return f"{includes}\nvoid (*const functions[])(void) = {{\n{addresses}  0}};\n" \
+           f"int main(void) {{ return functions[{len(names)}] != 0; }}\n"
+
+
+def compile_and_run(folder, name, headers):
+    source = Path(folder, name + ".c")
+    source.write_text(program(headers))
+    binary = source.with_suffix("")
+    how = [*WARNINGS, *sanitize, f"-I{ROOT}/include"]
+    as_c = [c, "-std=c11", *how, source, "-o", binary, library, f"-Wl,-rpath,{Path(library).parent}"]
+    as_cxx = [cxx, "-x", "c++", "-std=c++20", "-fsyntax-only", *[w for w in how if w != "-Wstrict-prototypes"], source]
+    for command in (as_c, as_cxx, [binary]):
+        done = subprocess.run([str(word) for word in command], text=True, capture_output=True)
+        if done.returncode != 0:
+            return [f"{name}: {' '.join(map(str, command))}\n{done.stdout}{done.stderr}"]
+    return []
+
+
+problems = []
+with tempfile.TemporaryDirectory() as folder:
+    for header in public_headers():
+        problems += compile_and_run(folder, header.stem, [header])
+    problems += compile_and_run(folder, "all_together", public_headers())
+finish(problems, f"{len(public_headers())} headers, alone and together")
