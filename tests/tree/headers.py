@@ -13,12 +13,14 @@ sanitize = [f"-fsanitize={sys.argv[4]}"] if sys.argv[4:] and sys.argv[4] else []
 
 
 def program(headers):
-    """A C program that takes the address of every function of these headers, each included twice."""
+    """A C program that takes the address of all that these headers export, each included twice."""
     includes = "".join(f"#include <auspool/{header.name}>\n" for header in headers) * 2
-    names = [name for header in headers for name in exported(header)]
-    addresses = "".join(f"  (void (*)(void)){name},\n" for name in names)
+    functions, tables = (sum(names, []) for names in zip(*map(exported, headers)))
+    addresses = "".join(f"  (void (*)(void)){name},\n" for name in functions)
+    places = "".join(f"  {name},\n" for name in tables)
     return f"{includes}\nvoid (*const functions[])(void) = {{\n{addresses}  0}};\n" \
-           f"int main(void) {{ return functions[{len(names)}] != 0; }}\n"
+           f"const void *const tables[] = {{\n{places}  0}};\n" \
+           f"int main(void) {{ return functions[{len(functions)}] != 0 || tables[{len(tables)}] != 0; }}\n"
 
 
 def compile_and_run(folder, name, headers):

@@ -20,15 +20,16 @@ def code_of(text):
 
 
 def exported(header):
-    """The functions that a public header marks AUSPOOL_API; data is not exported, a version of it could not change."""
-    names = []
+    """What a public header marks AUSPOOL_API: (functions, tables)."""
+    functions, tables = [], []
     for declaration in re.findall(r"\bAUSPOOL_API\b([^;]*);", code_of(header.read_text())):
-        # The name is the first word before a bracket that does not open a pointer's declarator.
-        name = re.search(r"\b(\w+)\s*\((?!\s*\*)", declaration)
-        if not name:
-            raise SystemExit(f"{header.name}: exports something else than a function: {' '.join(declaration.split())}")
-        names.append(name.group(1))
-    return names
+        # A function's name is the first word before a bracket that does not open a pointer's declarator.
+        function = re.search(r"\b(\w+)\s*\((?!\s*\*)", declaration)
+        if function:
+            functions.append(function.group(1))
+        else:
+            tables.append(re.search(r"(\w+)\s*(?:\[[^\]]*\]\s*)*$", declaration).group(1))
+    return functions, tables
 
 
 def output_of(*command, **how):
