@@ -1,0 +1,55 @@
+// The Fourier transform of real sequences whose length is a power of two, in float and double.
+//
+// A spectrum of F points is packed and split: F/2 real parts, then F/2 imaginary parts, of the bins 0 to F/2 - 1. Bins
+// 0 and F/2 are real; the imaginary slot of element 0 carries bin F/2.
+//
+// Scalings: `forward` gives twice the mathematical spectrum, and `inverse` of a mathematical spectrum gives F times the
+// sequence, so that inverse(forward(x)) is 2F times x.
+//
+// For convolution there is an unordered form, whose spectra have an order and packing of their own: multiply two of
+// them with `multiply` or `multiply_add` and go back. Its scalings are the same, and it is faster.
+//
+// A transform is made once, for any number of threads and users: its tables are shared by all transforms of one size
+// and sample type. Making one may allocate and lock; nothing else here does, so all else is for the audio thread.
+#pragma once
+
+#include <cstddef>
+
+namespace auspool {
+
+template <typename T>
+class RealFft {
+public:
+  static constexpr int kMaxLog2 = 26;
+
+  // For F = 2^log2_size points, `log2_size` from 1 to kMaxLog2. Throws std::bad_alloc, and std::invalid_argument for
+  // another size.
+  explicit RealFft(int log2_size);
+  ~RealFft();
+  RealFft(const RealFft &) = delete;
+  RealFft &operator=(const RealFft &) = delete;
+
+  std::size_t size() const { return size_; }
+
+  // Samples and spectra are F values each. `work` is F values that each running call has for itself; its contents do
+  // not matter. No array may overlap another.
+  void forward(const T *samples, T *spectrum, T *work) const;
+  void inverse(const T *spectrum, T *samples, T *work) const;
+
+  void forward_unordered(const T *samples, T *spectrum, T *work) const;
+  void inverse_unordered(const T *spectrum, T *samples, T *work) const;
+  // out = a * b and out += a * b on unordered spectra; `out` may be `a` or `b`.
+  void multiply(const T *a, const T *b, T *out) const;
+  void multiply_add(const T *a, const T *b, T *out) const;
+
+private:
+  struct Tables;
+
+  std::size_t size_;
+  const Tables *tables_;
+};
+
+extern template class RealFft<float>;
+extern template class RealFft<double>;
+
+}  // namespace auspool

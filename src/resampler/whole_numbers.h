@@ -1,0 +1,25 @@
+// Whole-number helpers of the planner and the stages.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <numeric>
+
+namespace auspool {
+
+// Of two numbers that are not negative; gcd(0, x) is x.
+constexpr std::int32_t gcd(std::int32_t a, std::int32_t b) {
+  return std::gcd(a, b);
+}
+
+// The floor of the base-2 logarithm; 0 below 2.
+constexpr std::int32_t ilog2N(std::int32_t value) {
+  return value < 2 ? 0 : std::bit_width(static_cast<std::uint32_t>(value)) - 1;
+}
+
+// Whether `value` is 2, 4, 8 ...: 1 does not count.
+constexpr bool is_powerOf2(std::int32_t value) {
+  return value % 2 == 0 && std::has_single_bit(static_cast<std::uint32_t>(value));
+}
+
+}  // namespace auspool
