@@ -30,7 +30,7 @@ inline BiquadCoefficients low_pass_biquad(float cutoff) {
 
 // The last two inputs and outputs of one channel: 1 is the newer.
 struct BiquadState {
-  float x1 = 0, x2 = 0, y1 = 0, y2 = 0;
+  float x2 = 0, x1 = 0, y1 = 0, y2 = 0;
 };
 
 // Filters `count` samples in place, `stride` floats apart.
