@@ -26,7 +26,7 @@ TEST(RealtimeGuard, ReportsAnAllocation) {
         const RealtimeGuard guard;
         allocate_with_new();
       },
-      "_Znwm");
+      "operator new");
 }
 
 TEST(RealtimeGuard, ReportsASleep) {
