@@ -133,10 +133,10 @@ typedef struct AuRecOptionsFLAC {
 } AuRecOptionsFLAC;
 
 /* The bitrates that a host offers, in kilobits per second, ascending, ended by 0. `unified` is the shorter choice. */
-extern const uint32_t mp3_bitrate_table_legacy[18];
-extern const uint32_t mp3_bitrate_table_unified[16];
-extern const uint32_t aac_bitrate_table_legacy[19];
-extern const uint32_t aac_bitrate_table_unified[15];
+AUSPOOL_API extern const uint32_t mp3_bitrate_table_legacy[18];
+AUSPOOL_API extern const uint32_t mp3_bitrate_table_unified[16];
+AUSPOOL_API extern const uint32_t aac_bitrate_table_legacy[19];
+AUSPOOL_API extern const uint32_t aac_bitrate_table_unified[15];
 
 /* ---- Callbacks. `ref` is what the host gave to aurec_create; `token` is what path_cb returned for the file. ---- */
 
@@ -172,57 +172,57 @@ typedef void (*aurec_state_changed_cb)(void *ref);
 
 /* Makes a record. `path_cb` is required, the other callbacks may be null. Returns null if path_cb is null or memory ran
  * out. The settings are: AIFF, default options, a ring of 10485760 bytes, no limit, no silence handling at -120 dB. */
-aurec *aurec_create(void *ext_ref, aurec_path_cb path_cb, aurec_file_cb start_cb, aurec_file_cb finalize_cb,
-                    aurec_file_cb done_cb, aurec_error_log_cb error_log_cb);
+AUSPOOL_API aurec *aurec_create(void *ext_ref, aurec_path_cb path_cb, aurec_file_cb start_cb, aurec_file_cb finalize_cb,
+                                aurec_file_cb done_cb, aurec_error_log_cb error_log_cb);
 
 /* Ends a recording as aurec_stop does, waits for all background jobs, and releases the record. The host makes no other
  * call on the record during this one or after it: its audio thread has ended. Accepts null. */
-void aurec_destroy(aurec *rec);
+AUSPOOL_API void aurec_destroy(aurec *rec);
 
 /* Sets the callback for changes of state; null for none. At once. */
-void aurec_set_state_changed_cb(aurec *rec, aurec_state_changed_cb cb);
+AUSPOOL_API void aurec_set_state_changed_cb(aurec *rec, aurec_state_changed_cb cb);
 
 /* ---- Settings ---- */
 
 /* Whether this build can write the format: 1 or 0; 0 for a type that does not exist. */
-int32_t aurec_can_output_type(AuRecOutputType type);
+AUSPOOL_API int32_t aurec_can_output_type(AuRecOutputType type);
 
 /* A type that cannot be written leaves the old one. */
-void aurec_set_output_type(aurec *rec, AuRecOutputType type);
-AuRecOutputType aurec_output_type(const aurec *rec);
+AUSPOOL_API void aurec_set_output_type(aurec *rec, AuRecOutputType type);
+AUSPOOL_API AuRecOutputType aurec_output_type(const aurec *rec);
 
-void aurec_set_pcm_options(aurec *rec, AuRecOptionsPCM options);
-AuRecOptionsPCM aurec_pcm_options(const aurec *rec);
-void aurec_set_mp3_options(aurec *rec, AuRecOptionsMP3 options);
-AuRecOptionsMP3 aurec_mp3_options(const aurec *rec);
-void aurec_set_aac_options(aurec *rec, AuRecOptionsAAC options);
-AuRecOptionsAAC aurec_aac_options(const aurec *rec);
-void aurec_set_alac_options(aurec *rec, AuRecOptionsALAC options);
-AuRecOptionsALAC aurec_alac_options(const aurec *rec);
-void aurec_set_flac_options(aurec *rec, AuRecOptionsFLAC options);
-AuRecOptionsFLAC aurec_flac_options(const aurec *rec);
+AUSPOOL_API void aurec_set_pcm_options(aurec *rec, AuRecOptionsPCM options);
+AUSPOOL_API AuRecOptionsPCM aurec_pcm_options(const aurec *rec);
+AUSPOOL_API void aurec_set_mp3_options(aurec *rec, AuRecOptionsMP3 options);
+AUSPOOL_API AuRecOptionsMP3 aurec_mp3_options(const aurec *rec);
+AUSPOOL_API void aurec_set_aac_options(aurec *rec, AuRecOptionsAAC options);
+AUSPOOL_API AuRecOptionsAAC aurec_aac_options(const aurec *rec);
+AUSPOOL_API void aurec_set_alac_options(aurec *rec, AuRecOptionsALAC options);
+AUSPOOL_API AuRecOptionsALAC aurec_alac_options(const aurec *rec);
+AUSPOOL_API void aurec_set_flac_options(aurec *rec, AuRecOptionsFLAC options);
+AUSPOOL_API AuRecOptionsFLAC aurec_flac_options(const aurec *rec);
 
 /* What happens to audio that waits in the ring after a block was cut short: 1 throws it away at the next block, so that
  * the recording goes on with current audio; any other value keeps it. Default 0. At once. */
-void aurec_set_skip_handler_action(aurec *rec, uint32_t action);
-uint32_t aurec_skip_handler_action(const aurec *rec);
+AUSPOOL_API void aurec_set_skip_handler_action(aurec *rec, uint32_t action);
+AUSPOOL_API uint32_t aurec_skip_handler_action(const aurec *rec);
 
 /* The size of the ring, 8 bytes a frame: 32768 to 52428800, values outside are held to that; 0 is 10485760, which holds
  * 29.7 seconds at 44100 Hz. */
-void aurec_set_buffer_size(aurec *rec, int64_t bytes);
-int64_t aurec_buffer_size(const aurec *rec);
+AUSPOOL_API void aurec_set_buffer_size(aurec *rec, int64_t bytes);
+AUSPOOL_API int64_t aurec_buffer_size(const aurec *rec);
 
 /* Splits the recording into files of at most this many seconds (`is_time` nonzero: 60 to 86400) or bytes (1048576 to
  * 2147483647); values outside are held to that. Below 1: no limit. A file never passes one day or 2 GiB in any case.
  * A limit splits a recording and never ends it. At once. `is_time_out` may be null. */
-void aurec_set_limit(aurec *rec, int64_t value, int32_t is_time);
-int64_t aurec_limit(const aurec *rec, int32_t *is_time_out);
+AUSPOOL_API void aurec_set_limit(aurec *rec, int64_t value, int32_t is_time);
+AUSPOOL_API int64_t aurec_limit(const aurec *rec, int32_t *is_time_out);
 
 /* What silence does. `mode`: 0 nothing; 1 it is left out; 2 it splits, the next file begins with the next sound; 3 it
  * ends the recording. Silence is `seconds` of blocks in which both channels stay below `rms_threshold_db`; with 0
  * seconds every block is. At once. The getter returns the mode; either out-parameter may be null. */
-void aurec_set_silence_killer(aurec *rec, int32_t mode, float rms_threshold_db, float seconds);
-int32_t aurec_silence_killer(const aurec *rec, float *rms_out, float *seconds_out);
+AUSPOOL_API void aurec_set_silence_killer(aurec *rec, int32_t mode, float rms_threshold_db, float seconds);
+AUSPOOL_API int32_t aurec_silence_killer(const aurec *rec, float *rms_out, float *seconds_out);
 
 /* ---- Recording ---- */
 
@@ -234,17 +234,17 @@ int32_t aurec_silence_killer(const aurec *rec, float *rms_out, float *seconds_ou
  *   -3  the output type is unknown
  * After a failure the record is as after aurec_stop. Files appear later, on the worker: blocks are kept from when
  * aurec_is_recording says so. */
-int32_t aurec_start(aurec *rec, float rate);
+AUSPOOL_API int32_t aurec_start(aurec *rec, float rate);
 
 /* Ends the recording: what the ring holds is written, the file is completed, and then this returns. */
-void aurec_stop(aurec *rec);
+AUSPOOL_API void aurec_stop(aurec *rec);
 
 /* Nonzero discards all blocks until 0 is set. Nothing without a recording. */
-void aurec_pause(aurec *rec, int32_t pause);
+AUSPOOL_API void aurec_pause(aurec *rec, int32_t pause);
 
 /* Goes on in a new file, once what waits in the ring at this moment has gone to the old one. Nothing without a
  * recording, or while such a request is pending. */
-void aurec_make_new_file(aurec *rec);
+AUSPOOL_API void aurec_make_new_file(aurec *rec);
 
 /* Records a block; the audio thread's call. `rate` is the rate of this block: between 1 and 10 million Hz, a block of
  * any other rate is discarded. A change of rate discards what waits in the ring and starts the filters anew. `channels`
@@ -255,46 +255,46 @@ void aurec_make_new_file(aurec *rec);
  * Allocates nothing, takes no lock that it would wait for, and makes no system call but these: waking the worker when
  * it sleeps, and, when audio is thrown away (a change of rate, skip handler action 1), a wait of some 20 microseconds
  * if the worker is reading just then. */
-int32_t aurec_record(aurec *rec, float rate, const float *const channels[2], int32_t frames);
+AUSPOOL_API int32_t aurec_record(aurec *rec, float rate, const float *const channels[2], int32_t frames);
 
 /* ---- State. Each gives 0 without a recording. ---- */
 
 /* 1 from when blocks are kept: the first file is open, or between two files; 0 from when the end was asked for. */
-int32_t aurec_is_recording(const aurec *rec);
+AUSPOOL_API int32_t aurec_is_recording(const aurec *rec);
 /* 1 from aurec_start until the last file is closed. */
-int32_t aurec_is_active(const aurec *rec);
+AUSPOOL_API int32_t aurec_is_active(const aurec *rec);
 /* 1 while active or while background jobs finish files. */
-int32_t aurec_has_active_files(aurec *rec);
-int32_t aurec_is_paused(const aurec *rec);
+AUSPOOL_API int32_t aurec_has_active_files(aurec *rec);
+AUSPOOL_API int32_t aurec_is_paused(const aurec *rec);
 
 /* Free room in the ring, in bytes. */
-int32_t aurec_buffer_available_space(const aurec *rec);
+AUSPOOL_API int32_t aurec_buffer_available_space(const aurec *rec);
 
 /* Bytes on the disk, of the current file and of all files of the recording; seconds of audio in them. A file's last few
  * kilobytes may not be on the disk yet. The totals start anew with each aurec_start. */
-int64_t aurec_file_size(const aurec *rec);
-int64_t aurec_total_size(const aurec *rec);
-double aurec_file_time(const aurec *rec);
-double aurec_total_time(const aurec *rec);
+AUSPOOL_API int64_t aurec_file_size(const aurec *rec);
+AUSPOOL_API int64_t aurec_total_size(const aurec *rec);
+AUSPOOL_API double aurec_file_time(const aurec *rec);
+AUSPOOL_API double aurec_total_time(const aurec *rec);
 
 /* ---- For work that outlives a recording, such as finishing a file in the background ---- */
 
 /* Counts a background job in and out. aurec_has_active_files sees the count, aurec_destroy waits until it is 0. It
  * never goes below 0. Any thread. */
-void aurec_thread_count_increment(aurec *rec);
-void aurec_thread_count_decrement(aurec *rec);
+AUSPOOL_API void aurec_thread_count_increment(aurec *rec);
+AUSPOOL_API void aurec_thread_count_decrement(aurec *rec);
 
 /* Call the callback, if there is one, with the host's reference in front. path_cb's result is null without one. Any
  * thread that may run the callback. */
-void *aurec_call_path_cb(aurec *rec, void *previous, char path[AUREC_PATH_BYTES], AuRecOutputType type, int32_t index,
-                         audict **tags);
-void aurec_call_start_cb(aurec *rec, void *token);
-void aurec_call_finalize_cb(aurec *rec, void *token);
-void aurec_call_done_cb(aurec *rec, void *token);
-void aurec_call_error_log_cb(aurec *rec, void *token, AuRecErrorCode code, const char *format, ...);
-void aurec_call_state_changed_cb(aurec *rec);
-void *aurec_get_ext_ref(const aurec *rec);
-aurec_file_cb aurec_get_done_callback(const aurec *rec);
+AUSPOOL_API void *aurec_call_path_cb(aurec *rec, void *previous, char path[AUREC_PATH_BYTES], AuRecOutputType type,
+                                     int32_t index, audict **tags);
+AUSPOOL_API void aurec_call_start_cb(aurec *rec, void *token);
+AUSPOOL_API void aurec_call_finalize_cb(aurec *rec, void *token);
+AUSPOOL_API void aurec_call_done_cb(aurec *rec, void *token);
+AUSPOOL_API void aurec_call_error_log_cb(aurec *rec, void *token, AuRecErrorCode code, const char *format, ...);
+AUSPOOL_API void aurec_call_state_changed_cb(aurec *rec);
+AUSPOOL_API void *aurec_get_ext_ref(const aurec *rec);
+AUSPOOL_API aurec_file_cb aurec_get_done_callback(const aurec *rec);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,16 @@
+#include "recorder/default_options.h"
+
+#include "recorder/encoder_options.h"
+#include "recorder/recorder_pcm.h"
+
+namespace auspool {
+
+constinit const AuRecOptionsDefault sAuRecOptionsDefault = {
+    .pcm = RecorderPCM::DefaultOptions(),
+    .mp3 = RecorderMP3::DefaultOptions(),
+    .aac = RecorderAAC::DefaultOptions(),
+    .alac = RecorderALAC::DefaultOptions(),
+    .flac = RecorderFLAC::DefaultOptions(),
+};
+
+}  // namespace auspool

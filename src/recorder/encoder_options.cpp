@@ -1,0 +1,33 @@
+#include "recorder/encoder_options.h"
+
+#include "recorder/bitrate_tables.h"
+
+namespace auspool {
+
+void RecorderMP3::fix_opts(AuRecOptionsMP3 *options) {
+  if (options->quality < 0 || options->quality > 9) options->quality = 5;
+  if (options->bitrate_mode >= 3) options->bitrate_mode = 0;
+  if (options->vbr_quality >= 10) options->vbr_quality = 5;
+  if (!is_in_bitrate_table(options->bitrate, mp3_bitrate_table_legacy) &&
+      !is_in_bitrate_table(options->bitrate, mp3_bitrate_table_unified)) {
+    options->bitrate = 128;
+  }
+}
+
+void RecorderAAC::fix_opts(AuRecOptionsAAC *options) {
+  if (!is_in_bitrate_table(options->bitrate, aac_bitrate_table_legacy) &&
+      !is_in_bitrate_table(options->bitrate, aac_bitrate_table_unified)) {
+    options->bitrate = 128;
+  }
+  if (options->quality >= 10) options->quality = 5;
+  if (options->profile >= 3) options->profile = 0;
+  if (options->profile == 2) options->mono = 0;  // parametric stereo has two channels by its nature
+}
+
+void RecorderALAC::fix_opts(AuRecOptionsALAC *) {}
+
+void RecorderFLAC::fix_opts(AuRecOptionsFLAC *options) {
+  if (options->mono >= 2) options->mono = 0;
+}
+
+}  // namespace auspool

@@ -1,0 +1,32 @@
+// The options of the formats with an encoder: their defaults, and the correction of what a host sets.
+#pragma once
+
+#include "auspool/aurec.h"
+
+namespace auspool {
+
+class RecorderMP3 {
+public:
+  static constexpr AuRecOptionsMP3 DefaultOptions() { return {0, 5, 0, 5, 128, 0, 0.0f}; }
+  static void fix_opts(AuRecOptionsMP3 *options);
+};
+
+class RecorderAAC {
+public:
+  static constexpr AuRecOptionsAAC DefaultOptions() { return {0, 128, 0, 5, 1, 0}; }
+  static void fix_opts(AuRecOptionsAAC *options);
+};
+
+class RecorderALAC {
+public:
+  static constexpr AuRecOptionsALAC DefaultOptions() { return {0, 0, 1}; }
+  static void fix_opts(AuRecOptionsALAC *options);
+};
+
+class RecorderFLAC {
+public:
+  static constexpr AuRecOptionsFLAC DefaultOptions() { return {0}; }
+  static void fix_opts(AuRecOptionsFLAC *options);
+};
+
+}  // namespace auspool

@@ -1,0 +1,34 @@
+#include "recorder/output_types.h"
+
+#include <new>
+
+#include "recorder/aurec_record.h"
+#include "recorder/recorder_pcm.h"
+
+namespace auspool {
+namespace {
+
+template <AuRecPCMKind kKind>
+Recorder *make_pcm(aurec &rec) {
+  return new (std::nothrow) RecorderPCM(&rec, &rec.ext_vars, rec.pcm_options, kKind);
+}
+
+struct Row {
+  AuRecOutputType type;
+  OutputType output;
+};
+constexpr Row kRows[] = {
+    {AuRecOutputTypeAIFF, {RecorderPCM::is_available, make_pcm<kPCMKindAIFF>}},
+    {AuRecOutputTypeWAVE, {RecorderPCM::is_available, make_pcm<kPCMKindWAVE>}},
+};
+
+}  // namespace
+
+const OutputType *output_type(AuRecOutputType type) {
+  for (const Row &row : kRows) {
+    if (row.type == type) return row.output.is_available() ? &row.output : nullptr;
+  }
+  return nullptr;
+}
+
+}  // namespace auspool
