@@ -2,8 +2,6 @@
 // `planes`, `storage_bytes` and `adopt`; everything else is the same.
 #pragma once
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -141,7 +139,7 @@ std::int32_t read(Ring &ring, const std::array<void *, N> &destinations, std::in
 template <typename Ring>
 void flush(Ring &ring) {
   constexpr unsigned kRetryMicroseconds = 20;
-  while (!ring.read_lock.try_lock()) usleep(kRetryMicroseconds);
+  ring.read_lock.lock_in_sleeps(kRetryMicroseconds);
   const std::unique_lock lock(ring.read_lock, std::adopt_lock);
   const std::int32_t used = used_space(ring);
   if (used == 0) return;

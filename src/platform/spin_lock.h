@@ -2,12 +2,13 @@
 #pragma once
 
 #include <sched.h>
+#include <unistd.h>
 
 #include <atomic>
 
 namespace auspool::platform {
 
-// A standard Lockable: std::unique_lock lock(spin_lock, std::try_to_lock) works.
+// A standard Lockable, so that std::unique_lock works with std::try_to_lock and std::adopt_lock.
 class SpinLock {
 public:
   // Takes the lock if it is free. Never waits and makes no system call.
@@ -16,6 +17,11 @@ public:
   // Waits for the lock, yielding the processor between attempts. Not for a real-time thread.
   void lock() noexcept {
     while (!try_lock()) sched_yield();
+  }
+
+  // Waits for the lock in sleeps of so many microseconds. For a thread that would rather be late than busy.
+  void lock_in_sleeps(unsigned microseconds) noexcept {
+    while (!try_lock()) usleep(microseconds);
   }
 
   void unlock() noexcept { taken_.clear(std::memory_order_release); }
