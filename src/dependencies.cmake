@@ -3,6 +3,7 @@ find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 set(AUSPOOL_LIBRARIES Threads::Threads ${CMAKE_DL_LIBS})
 set(modules
+  libhwy
   libplist-2.0
   libpng
   libturbojpeg

@@ -24,6 +24,17 @@ T dot(const T *a, const T *b, std::size_t count);
 template <typename T>
 T dot_strided(const T *a, std::ptrdiff_t a_stride, const T *b, std::size_t count);
 
+// The sum of a[i * a_stride] * b[i] where b[i] = deltas[i] * fraction + values[i]: one row of a table of filters,
+// between two of its rows.
+template <typename T>
+struct Blend {
+  const T *values;
+  const T *deltas;
+  T fraction;
+};
+template <typename T>
+T dot_blended(const T *a, std::ptrdiff_t a_stride, const std::type_identity_t<Blend<T>> &b, std::size_t count);
+
 // Several dot products in one pass: out[k * out_stride] = dot(a + k * a_hop, b + k * b_hop, count), for k below
 // `outputs`. A hop of 0 shares its row among all outputs, and the pass loads it once for several of them:
 //   b_hop 0   one filter over moving windows: a decimator, or the outputs of equal phase of a resampler

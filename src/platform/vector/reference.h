@@ -15,6 +15,20 @@ T dot_strided(const T *a, std::ptrdiff_t a_stride, const T *b, std::size_t count
 }
 
 template <typename T>
+T dot(const T *a, const T *b, std::size_t count) {
+  return dot_strided(a, 1, b, count);
+}
+
+template <typename T>
+T dot_blended(const T *a, std::ptrdiff_t a_stride, const Blend<T> &b, std::size_t count) {
+  T sum = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    sum += a[static_cast<std::ptrdiff_t>(i) * a_stride] * (b.deltas[i] * b.fraction + b.values[i]);
+  }
+  return sum;
+}
+
+template <typename T>
 void dot_many(const DotPass<T> &pass) {
   for (std::size_t k = 0; k < pass.outputs; ++k) {
     const auto row = static_cast<std::ptrdiff_t>(k);
