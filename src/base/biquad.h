@@ -33,7 +33,8 @@ struct BiquadState {
   float x2 = 0, x1 = 0, y1 = 0, y2 = 0;
 };
 
-// Filters `count` samples in place, `stride` floats apart.
+// Filters `count` samples in place, `stride` floats apart. A NaN or an infinity would go round for ever: the state
+// starts afresh after the block that held one.
 inline void filter_in_place(const BiquadCoefficients &c, BiquadState &state, float *samples, std::size_t count,
                             std::size_t stride) {
   BiquadState s = state;
@@ -46,7 +47,7 @@ inline void filter_in_place(const BiquadCoefficients &c, BiquadState &state, flo
     s.y1 = y;
     samples[i * stride] = y;
   }
-  state = s;
+  state = std::isfinite(s.y1) ? s : BiquadState{};
 }
 
 }  // namespace auspool

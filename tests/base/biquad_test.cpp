@@ -95,6 +95,24 @@ TEST(FilterInPlace, OneSampleMovesTheNewerStateToTheOlder) {
   EXPECT_EQ(state.x1, 1.0f);
 }
 
+TEST(FilterInPlace, RecoversFromWhatIsNotANumber) {
+  const BiquadCoefficients c = low_pass_biquad(0.2f);
+  for (float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
+    for (std::size_t at : {0u, 48u, 49u}) {
+      std::vector<float> samples = testing::noise(50, 3);
+      samples[at] = bad;
+      BiquadState state;
+      filter_in_place(c, state, samples.data(), samples.size(), 1);
+      filter_in_place(c, state, samples.data(), 0, 1);
+      std::vector<float> next = testing::noise(50, 4), alone = next;
+      BiquadState fresh;
+      filter_in_place(c, state, next.data(), next.size(), 1);
+      filter_in_place(c, fresh, alone.data(), alone.size(), 1);
+      EXPECT_EQ(next, alone) << at;
+    }
+  }
+}
+
 TEST(FilterInPlace, TouchesOnlyItsStride) {
   const BiquadCoefficients c = low_pass_biquad(0.2f);
   const std::vector<float> left = testing::noise(50, 3), right = testing::noise(50, 4);
