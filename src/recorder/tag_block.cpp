@@ -1,10 +1,24 @@
 #include "recorder/tag_block.h"
 
+#include <memory>
 #include <new>
 
-namespace auspool {
+#include "auspool/autag2.h"
 
-TagOperations tag_operations = {[](audict *, TagKind) { return TagBlock(); }, [](audict *) {}};
+namespace auspool {
+namespace {
+
+TagBlock create(audict *tags, TagKind kind) {
+  const std::unique_ptr<audict, void (*)(audict *)> data(autag2_create(tags, static_cast<std::uint32_t>(kind)),
+                                                         audict_release);
+  std::size_t length = 0;
+  const auto *bytes = static_cast<const std::uint8_t *>(audict_data(data.get(), &length));
+  return bytes != nullptr ? TagBlock(bytes, bytes + length) : TagBlock();
+}
+
+}  // namespace
+
+TagOperations tag_operations = {create, audict_release};
 
 void TagsOfFile::clear() {
   if (tags_) tag_operations.release(tags_);

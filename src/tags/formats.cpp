@@ -2,14 +2,26 @@
 
 #include <array>
 
+#include "tags/aiff/aiff.h"
+#include "tags/caf/caf.h"
 #include "tags/id3/chapters.h"
 #include "tags/id3/id3.h"
 #include "tags/id3/mp3.h"
+#include "tags/wave/wave.h"
 
 namespace auspool::tags {
 namespace {
 
 constexpr std::array kFormats = {
+    Format{.number = AUTAG2_AIFF,
+           .is = autag2_is_aiff,
+           .read = autag2_aiff_read,
+           .write = autag2_aiff_write,
+           .create = autag2_aiff_create,
+           .create_data = nullptr,
+           .chapter_read = nullptr,
+           .chapter_create = nullptr,
+           .chapter_write = nullptr},
     Format{.number = AUTAG2_MP3,
            .is = autag2_is_mp3,
            .read = autag2_mp3_read,
@@ -18,6 +30,24 @@ constexpr std::array kFormats = {
            .create_data = nullptr,
            .chapter_read = autag2_mp3_chapter_read,
            .chapter_create = autag2_mp3_chapter_create,
+           .chapter_write = nullptr},
+    Format{.number = AUTAG2_WAVE,
+           .is = autag2_is_wave,
+           .read = autag2_wave_read,
+           .write = autag2_wave_write,
+           .create = autag2_wave_create,
+           .create_data = nullptr,
+           .chapter_read = nullptr,
+           .chapter_create = nullptr,
+           .chapter_write = nullptr},
+    Format{.number = AUTAG2_CAF,
+           .is = autag2_is_caf,
+           .read = autag2_caf_read,
+           .write = autag2_caf_write,
+           .create = autag2_caf_create,
+           .create_data = nullptr,
+           .chapter_read = nullptr,
+           .chapter_create = nullptr,
            .chapter_write = nullptr},
 };
 

@@ -16,4 +16,7 @@ bool _autag2_should_overwrite_without_moving_data(std::int64_t file_size, std::u
 // shrinks it: the caller cuts what is left behind. Each byte moves once. A failure leaves what has moved so far.
 std::int32_t file_data_move(platform::File &file, std::uint64_t to, std::uint64_t from);
 
+// Moves only `length` bytes, to a place before them.
+std::int32_t file_data_move_down(platform::File &file, std::uint64_t to, std::uint64_t from, std::uint64_t length);
+
 }  // namespace auspool::tags
