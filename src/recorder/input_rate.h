@@ -6,8 +6,8 @@
 namespace auspool {
 
 // The rate, and how often it has changed. They travel in one word from the audio thread to the worker, which starts its
-// filters anew when it meets another generation.
-struct InputRate {
+// filters anew when it meets another generation. Aligned like a word, without which clang would take a lock for it.
+struct alignas(8) InputRate {
   float hz = 0;
   std::uint32_t generation = 0;
 
