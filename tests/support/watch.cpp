@@ -53,6 +53,7 @@ struct Watch {
 
   long allocations = 0;
   long releases = 0;
+  long bytes_of_new = 0;
 };
 thread_local constinit Watch watch;
 
@@ -132,6 +133,7 @@ void *allocate(std::size_t size, std::size_t alignment) noexcept {
   note("operator new");
   if (must_fail("memory", "operator new")) return nullptr;
   ++watch.allocations;
+  watch.bytes_of_new += static_cast<long>(size);
   if (alignment <= alignof(std::max_align_t)) return __real_malloc(size != 0 ? size : 1);
   return __real_aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
 }
@@ -257,6 +259,9 @@ long live_allocations() {
 }
 long allocation_count() {
   return watch.allocations;
+}
+long bytes_of_new() {
+  return watch.bytes_of_new;
 }
 
 namespace {

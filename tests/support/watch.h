@@ -65,6 +65,8 @@ int fail_each_allocation(const std::function<bool()> &create);
 // leaks nothing.
 long live_allocations();
 long allocation_count();
+// Bytes asked of operator new by this thread since it began, those given back included.
+long bytes_of_new();
 
 // Runs `body` as above. Returns false where the kernel or a sanitizer's own system calls do not
 // allow it (skip then).

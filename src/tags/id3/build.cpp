@@ -1,5 +1,6 @@
 // Builds ID3v2.3 tags.
-#include <cstring>
+#include <iterator>
+#include <span>
 #include <string_view>
 
 #include "tags/id3/build_frames.h"
@@ -47,10 +48,14 @@ void add_podcast(Bytes &to, std::uint32_t id, const audict &tag, const char *key
   add_bytes(to, "\0\0"sv);
 }
 
-void add_cover(Bytes &to, std::uint32_t, const audict &tag, const char *key) {
+std::span<const std::uint8_t> data_of(const audict *tag, const char *key) {
   std::size_t size = 0;
-  const auto *image = static_cast<const std::uint8_t *>(audict_get_data(&tag, key, &size));
-  add_picture_frame(to, {image, size}, false);
+  const auto *bytes = static_cast<const std::uint8_t *>(audict_get_data(tag, key, &size));
+  return {bytes, size};
+}
+
+void add_cover(Bytes &to, std::uint32_t, const audict &tag, const char *key) {
+  add_picture_frame(to, data_of(&tag, key), false);
 }
 
 struct Part {
@@ -85,6 +90,7 @@ constexpr Part kParts[] = {
 }  // namespace
 
 std::optional<Bytes> autag2_id3_create(const audict *tag) {
+  if (data_of(tag, "AlbumCover").size() > kMaxSyncsafeSize) return std::nullopt;  // before it is copied
   Bytes bytes(std::begin(id3_header), std::end(id3_header));
   for (const Part &part : kParts) {
     if (tag != nullptr) part.add(bytes, part.id, *tag, part.key);
