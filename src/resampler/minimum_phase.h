@@ -2,15 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
+
+#include "resampler/memory.h"
 
 namespace auspool {
 
-struct FreeDeleter {
-  void operator()(void *memory) const { std::free(memory); }
-};
-using Prototype = std::unique_ptr<double[], FreeDeleter>;
+using Prototype = Block<double>;
 
 // Replaces `length` taps by those of minimum phase and the same magnitudes. False when memory runs out, or no transform
 // is that long; the taps are then as they were.

@@ -1,0 +1,169 @@
+/* The parts that sample-rate conversion is made of, for hosts that plan their own chains.
+ *
+ *   #include <auspool/raesampler.h>
+ *   #include <auspool/raesampler_stages.h>
+ *   #include <stdio.h>
+ *
+ *   // half the rate through one decimator of 99 taps
+ *   int main(void) {
+ *     resampler_structure chain = {0};
+ *     const stage_spec half = {.type = RAESAMPLER_STAGE_DECIMATOR, .up = 1, .down = 2, .length = 99, .ratio = 0.5,
+ *                              .gain = 1.0, .cutoff = 0.4625, .window = 2, .kaiser_beta = 5.6533};
+ *     chain.stages[chain.count++] = half;
+ *     raesampler *r = raesampler_create_from_structure(RaesamplerQualityRealTime, 1, 0, &chain, 48000.0);
+ *     if (!r) return 1;
+ *     printf("1000 samples give %d\n", raesampler_output_samples(r, 1000));
+ *     raesampler_destroy(r);
+ *     return 0;
+ *   }
+ *
+ * Conventions
+ * - A chain is a row of at most RAESAMPLER_MAX_STAGES stages; each converts by `up / down` and hands
+ *   its output to the next. Its samples are all of one size: 4 bytes (float) or 8 (double).
+ * - Band edges are fractions of the Nyquist frequency of the rate at which a filter runs, which is
+ *   the stage's input rate times `up`: 1.0 is that Nyquist.
+ * - A stage keeps a state for each channel; filters and tables are shared by its channels and only
+ *   read. Different threads may run different channels of a stage at once, each with a `work` of its
+ *   own (alloc_workbuffer). One state has one user at a time.
+ * - Counts are of samples of one channel, strides are in samples.
+ * - Builders design filters and allocate. What a built stage does while it runs allocates nothing,
+ *   takes no lock and makes no system call.
+ */
+#ifndef AUSPOOL_RAESAMPLER_STAGES_H
+#define AUSPOOL_RAESAMPLER_STAGES_H
+
+#include <auspool/raesampler.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum { RAESAMPLER_MAX_STAGES = 33 };
+
+/* Stage kinds. */
+enum {
+  RAESAMPLER_STAGE_DECIMATOR = 0,        /* direct filter, `up` 1 */
+  RAESAMPLER_STAGE_FILTER = 1,           /* direct filter, `up` and `down` 1 */
+  RAESAMPLER_STAGE_RATIONAL = 2,         /* polyphase, any `up / down` */
+  RAESAMPLER_STAGE_INTERPOLATOR = 3,     /* polyphase, `down` 1 */
+  RAESAMPLER_STAGE_SINC = 4,             /* any real `ratio`, also one that changes */
+  RAESAMPLER_STAGE_FFT_DECIMATOR = 5,    /* 0, 1 and 3 by fast convolution */
+  RAESAMPLER_STAGE_FFT_FILTER = 6,       /* */
+  RAESAMPLER_STAGE_FFT_INTERPOLATOR = 7, /* */
+  RAESAMPLER_STAGE_SDM = 8,              /* block transform to a complex signal of a lower rate */
+  RAESAMPLER_STAGE_COMPLEX_TO_REAL = 9   /* back to a real signal */
+};
+
+/* What a stage is built from. */
+typedef struct stage_spec {
+  uint32_t type;
+  int32_t up;
+  int32_t down;
+  int32_t length;         /* taps of the filter at `up` times the input rate; of a sinc stage: taps per output, odd */
+  uint32_t minimum_phase; /* 1 for a minimum-phase filter */
+  int32_t block_size;     /* SDM stages: input block */
+  int32_t transform_size; /* SDM stages: output block */
+  uint32_t complex_input; /* SDM stages: the input is complex */
+  double ratio;           /* output samples for each input sample: `up / down` */
+  double gain;            /* gain of the filter, as a rule `up` */
+  double cutoff;          /* of the low-pass, -6 dB */
+  uint32_t window;        /* 0 Hamming, 1 Blackman, 2 Kaiser */
+  double kaiser_beta;
+  double pass_edge; /* what the design aims at; builders use `cutoff` */
+  double stop_edge;
+} stage_spec;
+
+/* A chain's description. `cost` and `memory` are the planner's estimates; building needs neither. */
+typedef struct resampler_structure {
+  int32_t count;
+  double cost;
+  double memory;
+  stage_spec stages[RAESAMPLER_MAX_STAGES];
+} resampler_structure;
+
+/* A stage as it stands in a table of ready chains. Its window is Kaiser's, its cut-off lies in the
+ * middle of the two edges, and its phase is linear. */
+typedef struct precomputed_stage {
+  uint32_t type;
+  int32_t up;
+  int32_t down;
+  double gain;
+  double ratio;
+  double pass_edge;
+  double stop_edge;
+  double kaiser_beta;
+  int32_t length;
+} precomputed_stage;
+
+/* A ready chain; what raesampler_single_shot takes. */
+typedef struct precomputed_structure {
+  int32_t count;
+  precomputed_stage stages[3];
+} precomputed_structure;
+
+/* A stage that stands: its operations, what its channels share, and a state for each channel. To
+ * release one: free_shared(shared) and free_workbuffer(work) where these are set, destroy(state) for
+ * each state, free(states). */
+typedef struct raesampler_stage {
+  /* Frees one channel's state. */
+  void (*destroy)(void *state);
+  /* Empties the state. `preroll` 0 takes the filter's delay out of the output; 1 leaves it in, and
+   * output starts at once. */
+  void (*reset)(void *state, int32_t preroll);
+  /* Zeroes to feed behind the last sample so that the stage's tail comes out. */
+  int32_t (*padding)(const void *state);
+  /* `upper_bound` 0: what process would give now for `input_count` samples; the sinc stage may give
+   * one more. 1: a bound that holds in any state. */
+  int32_t (*output_samples)(const void *state, int32_t input_count, int32_t upper_bound);
+  /* Samples needed now to get `output_count` of them. */
+  int32_t (*input_samples)(const void *state, int32_t output_count);
+  /* Consumes all `count` samples and returns how many were written. `in` and `out` must not overlap.
+   * After a block that ended between two distant windows, input_samples(1) exceeds the taps: feed
+   * that many samples in a call of their own, which only counts them; a longer block would use its
+   * first samples instead of its last. Chains do so. */
+  int32_t (*process)(void *state, const void *shared, void *work, const void *in, int32_t in_stride, void *out,
+                     int32_t out_stride, int32_t count, int32_t threads);
+  /* Null but for the sinc stage: the ratio from the next sample on. */
+  void (*set_drift_ratio)(void *state, double ratio);
+  /* Frees `shared`; null where there is none. */
+  void (*free_shared)(void *shared);
+  /* Makes another `work`, for another thread; null where none is needed. Null result: memory is short. */
+  void *(*alloc_workbuffer)(const void *state);
+  void (*free_workbuffer)(void *work);
+  void *shared;
+  void *work;
+  int32_t needs_unit_stride; /* 1: process accepts an `in_stride` of 1 alone */
+  void **states;             /* one for each channel */
+} raesampler_stage;
+
+/* Builders. `sample_size` is 4 or 8, `channels` at least 1. They return 0 and fill `*stage`, or return
+ * -1 and leave `*stage` as it was: for a spec that makes no filter, and when memory is short.
+ *
+ * create_converter_stage picks the builder by `spec->type`. `threads` and `low_latency_block` are for
+ * stages by fast convolution: how many threads may share a block, and, where it is not 0, the size in
+ * samples of the partitions to use instead of large blocks. */
+AUSPOOL_API int32_t create_converter_stage(int32_t sample_size, raesampler_stage *stage, const stage_spec *spec,
+                                           int32_t channels, int32_t threads, int32_t low_latency_block);
+AUSPOOL_API int32_t create_polyphase_decimator_stage(int32_t sample_size, raesampler_stage *stage,
+                                                     const stage_spec *spec, int32_t channels);
+AUSPOOL_API int32_t create_polyphase_resampler_stage(int32_t sample_size, raesampler_stage *stage,
+                                                     const stage_spec *spec, int32_t channels);
+AUSPOOL_API int32_t create_sinc_resampler_stage(int32_t sample_size, raesampler_stage *stage, const stage_spec *spec,
+                                                int32_t channels);
+
+/* Puts a sinc stage of ratio 1.0, as `quality` wants it, in front of the others. Returns 0, or -1 and
+ * changes nothing if there is no such quality or no room. `cost` stays as it is. */
+AUSPOOL_API int32_t add_drift_correction_stage(int32_t quality, resampler_structure *structure);
+
+/* raesampler_create for a chain of the host's own. `flags`, `channels` and `latency_microseconds` are
+ * as there; `input_rate` matters to RAESAMPLER_FLAG_LOW_LATENCY alone. A structure without stages makes
+ * a raesampler that copies, unless drift correction is asked for. Null for a structure that cannot be
+ * built. */
+AUSPOOL_API raesampler *raesampler_create_from_structure(int32_t flags, int32_t channels, int32_t latency_microseconds,
+                                                         const resampler_structure *structure, double input_rate);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* AUSPOOL_RAESAMPLER_STAGES_H */

@@ -1,0 +1,68 @@
+// A thread of raesampler_single_shot that runs one channel through all stages, block by block.
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "resampler/chain.h"
+
+namespace auspool {
+
+// A channel's two buffers. Each stage reads the first and writes the second, and then they change places.
+struct BufferPair {
+  std::byte *from;
+  std::byte *to;
+
+  void swap() { std::swap(from, to); }
+};
+
+// Takes `count` samples in `buffers.from` through one stage; the output lies in `buffers.from` then.
+inline std::int32_t run_buffered_stage(const raesampler &chain, std::int32_t stage, std::size_t channel, void *work,
+                                       BufferPair &buffers, std::int32_t count, std::int32_t threads) {
+  const StageRun how = {static_cast<std::int32_t>(chain.sample_size), chain.windows[stage], threads, channel, work};
+  count = run_stage(chain.stages[stage], how, buffers.from, 1, buffers.to, 1, count);
+  buffers.swap();
+  return count;
+}
+
+class ChannelWorker {
+public:
+  // Starts the thread. Throws when there is no thread or no memory to be had.
+  ChannelWorker(const raesampler &chain, std::size_t channel);
+  ~ChannelWorker();
+  ChannelWorker(const ChannelWorker &) = delete;
+  ChannelWorker &operator=(const ChannelWorker &) = delete;
+
+  // Has the channel's stages run over the samples in `buffers.from`. The worker must be waiting.
+  void start(const BufferPair &buffers, std::int32_t count, std::int32_t section_threads);
+
+  // Whether the worker waits for a block.
+  bool is_done();
+
+private:
+  void channel_thread_run();
+  void run_stages();
+
+  const raesampler &chain_;
+  const std::size_t channel_;
+  using Work = std::unique_ptr<void, void (*)(void *)>;
+  std::vector<Work> works_;  // one for each stage; null where a stage needs none
+
+  std::mutex mutex_;  // held while the worker works
+  std::condition_variable condition_;
+  bool quit_ = false;
+  bool done_ = false;
+  BufferPair buffers_ = {};
+  std::int32_t count_ = 0;
+  std::int32_t section_threads_ = 1;
+
+  std::thread thread_;
+};
+
+}  // namespace auspool
