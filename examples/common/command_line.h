@@ -4,8 +4,10 @@
 #include <getopt.h>
 
 #include <algorithm>
+#include <atomic>
 #include <charconv>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <functional>
@@ -29,6 +31,16 @@ inline int guarded(const char *name, const std::function<int()> &program) try {
 } catch (const std::exception &error) {
   std::fprintf(stderr, "%s: %s\n", name, error.what());
   return 1;
+}
+
+// Whether the user wants the program to end. Asked for once, an interrupt no longer kills the program.
+inline bool interrupted() {
+  static std::atomic<bool> wanted = false;
+  static const bool caught = [] {
+    for (const int number : {SIGINT, SIGTERM}) std::signal(number, [](int) { wanted = true; });
+    return true;
+  }();
+  return caught && wanted;
 }
 
 struct Option {

@@ -26,11 +26,17 @@ def program(headers):
 def compile_and_run(folder, name, headers):
     source = Path(folder, name + ".c")
     source.write_text(program(headers))
-    binary = source.with_suffix("")
-    how = [*WARNINGS, *sanitize, f"-I{ROOT}/include"]
-    as_c = [c, "-std=c11", *how, source, "-o", binary, library, f"-Wl,-rpath,{Path(library).parent}"]
-    as_cxx = [cxx, "-x", "c++", "-std=c++20", "-fsyntax-only", *[w for w in how if w != "-Wstrict-prototypes"], source]
-    for command in (as_c, as_cxx, [binary]):
+    thing, binary = source.with_suffix(".o"), source.with_suffix("")
+    include = f"-I{ROOT}/include"
+    # With sanitizers the library needs the C++ part of their runtime, which the C compiler does not link.
+    linker = cxx if sanitize else c
+    commands = [
+        [c, "-std=c11", *WARNINGS, "-Wstrict-prototypes", *sanitize, include, "-c", source, "-o", thing],
+        [cxx, "-x", "c++", "-std=c++20", *WARNINGS, include, "-fsyntax-only", source],
+        [linker, *sanitize, thing, "-o", binary, library, f"-Wl,-rpath,{Path(library).parent}"],
+        [binary],
+    ]
+    for command in commands:
         done = subprocess.run([str(word) for word in command], text=True, capture_output=True)
         if done.returncode != 0:
             return [f"{name}: {' '.join(map(str, command))}\n{done.stdout}{done.stderr}"]

@@ -5,7 +5,7 @@ import sys
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-WARNINGS = "-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wstrict-prototypes -Werror".split()
+WARNINGS = "-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror".split()
 SKIPPED = 77  # the exit status that CTest counts as skipped
 
 
