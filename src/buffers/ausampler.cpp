@@ -20,7 +20,7 @@ template <typename Sample>
 struct Interleaved {
   Sample *data;
   std::uint32_t channels;
-  Strided<Sample> channel(std::uint32_t c) const { return {data + c, channels}; }
+  Strided<Sample> channel(std::uint32_t c) const { return {data ? data + c : data, channels}; }
 };
 
 template <typename Sample>
