@@ -33,21 +33,42 @@ struct BiquadState {
   float x2 = 0, x1 = 0, y1 = 0, y2 = 0;
 };
 
-// Filters `count` samples in place, `stride` floats apart. A NaN or an infinity would go round for ever: the state
-// starts afresh after the block that held one.
-inline void filter_in_place(const BiquadCoefficients &c, BiquadState &state, float *samples, std::size_t count,
-                            std::size_t stride) {
+inline float filter_one(const BiquadCoefficients &c, BiquadState &s, float x) {
+  const float y = c.b0 * (x + s.x2) + c.b1 * s.x1 - c.a1 * s.y1 - c.a2 * s.y2;
+  s.x2 = s.x1;
+  s.x1 = x;
+  s.y2 = s.y1;
+  s.y1 = y;
+  return y;
+}
+
+// A NaN or an infinity would go round for ever: a state that holds one starts afresh.
+inline BiquadState without_infinity(const BiquadState &s) {
+  return std::isfinite(s.y1) ? s : BiquadState{};
+}
+
+// Filters `count` samples in place, `stride` floats apart.
+inline void filter_in_place(const BiquadCoefficients &coefficients, BiquadState &state, float *samples,
+                            std::size_t count, std::size_t stride) {
+  const BiquadCoefficients c = coefficients;
   BiquadState s = state;
+  for (std::size_t i = 0; i < count; ++i) samples[i * stride] = filter_one(c, s, samples[i * stride]);
+  state = without_infinity(s);
+}
+
+// The same for two channels at once, in little more time than one takes: each output waits for the one before, and the
+// channels do not wait for each other.
+inline void filter_pair_in_place(const BiquadCoefficients &coefficients, BiquadState &left_state,
+                                 BiquadState &right_state, float *left, float *right, std::size_t count,
+                                 std::size_t stride) {
+  const BiquadCoefficients c = coefficients;
+  BiquadState l = left_state, r = right_state;
   for (std::size_t i = 0; i < count; ++i) {
-    const float x = samples[i * stride];
-    const float y = c.b0 * (x + s.x2) + c.b1 * s.x1 - c.a1 * s.y1 - c.a2 * s.y2;
-    s.x2 = s.x1;
-    s.x1 = x;
-    s.y2 = s.y1;
-    s.y1 = y;
-    samples[i * stride] = y;
+    left[i * stride] = filter_one(c, l, left[i * stride]);
+    right[i * stride] = filter_one(c, r, right[i * stride]);
   }
-  state = std::isfinite(s.y1) ? s : BiquadState{};
+  left_state = without_infinity(l);
+  right_state = without_infinity(r);
 }
 
 }  // namespace auspool

@@ -18,6 +18,7 @@ constexpr double kFilterBelow = 0.95f;
 // How a block lies in memory: channel(c) is where channel c is.
 template <typename Sample>
 struct Interleaved {
+  static constexpr bool kSideBySide = true;  // channel c + 1 lies one float behind channel c
   Sample *data;
   std::uint32_t channels;
   Strided<Sample> channel(std::uint32_t c) const { return {data ? data + c : data, channels}; }
@@ -25,12 +26,14 @@ struct Interleaved {
 
 template <typename Sample>
 struct Planar {
+  static constexpr bool kSideBySide = false;
   Sample *const *data;
   Strided<Sample> channel(std::uint32_t c) const { return {data[c], 1}; }
 };
 
 template <typename Sample>
 struct Vectors {
+  static constexpr bool kSideBySide = false;
   const ausampler_iovec *data;
   Strided<Sample> channel(std::uint32_t c) const { return {data[c].data, data[c].stride / sizeof(Sample)}; }
 };
@@ -64,14 +67,47 @@ void update_history(float *history, Strided<const float> source, std::uint32_t f
   for (std::uint32_t i = 0; i < taken; ++i) history[4 - taken + i] = source[frames_in - taken + i];
 }
 
-void filter_images(ausampler &sampler, double step, SamplerChannel &channel, Strided<float> samples,
-                   std::uint32_t frames) {
+template <typename Source, typename Destination>
+void interpolate(const ausampler &sampler, const SamplerPosition &position, const Source &source,
+                 const Destination &destination, const Counts &counts) {
+  const SteadyRun steady = find_steady_run(position, counts.in, counts.out);
+  for (std::uint32_t c = 0; c < sampler.channels; ++c) {
+    interpolate_edges(position, steady, sampler.channel_state[c].history, source.channel(c), counts.in,
+                      destination.channel(c), counts.out);
+  }
+  SamplerPlaces places;
+  for (std::uint32_t k = steady.begin; k < steady.end; k += places.count) {
+    find_places(position, k, steady.end, places);
+    for (std::uint32_t c = 0; c < sampler.channels; ++c) {
+      const Strided<float> to = destination.channel(c).from(k);
+      if (Source::kSideBySide && c + 1 < sampler.channels) {
+        interpolate_pair(places, source.channel(c++), to);
+      } else {
+        interpolate_channel(places, source.channel(c), to);
+      }
+    }
+  }
+}
+
+// Two channels at a time where their strides are the same.
+template <typename Destination>
+void filter_images(ausampler &sampler, double step, const Destination &destination, std::uint32_t frames) {
   const auto cutoff = static_cast<float>(step * 0.5);
   if (cutoff != sampler.cutoff) {
     sampler.cutoff = cutoff;
     sampler.coefficients = low_pass_biquad(cutoff);
   }
-  filter_in_place(sampler.coefficients, channel.filter, samples.data, frames, samples.stride);
+  for (std::uint32_t c = 0; c < sampler.channels; ++c) {
+    BiquadState &state = sampler.channel_state[c].filter;
+    const Strided<float> samples = destination.channel(c);
+    if (c + 1 < sampler.channels && destination.channel(c + 1).stride == samples.stride) {
+      ++c;
+      filter_pair_in_place(sampler.coefficients, state, sampler.channel_state[c].filter, samples.data,
+                           destination.channel(c).data, frames, samples.stride);
+    } else {
+      filter_in_place(sampler.coefficients, state, samples.data, frames, samples.stride);
+    }
+  }
 }
 
 template <typename Source, typename Destination>
@@ -79,14 +115,10 @@ void resample(ausampler &sampler, const Source &source, const Destination &desti
               double rate_in, double rate_out) {
   const DenormalGuard guard;
   const SamplerPosition position = sampler_position(sampler.fraction, rate_in, rate_out);
-  const bool filtered = position.step < kFilterBelow && counts.out > 0;
+  interpolate(sampler, position, source, destination, counts);
+  if (position.step < kFilterBelow && counts.out > 0) filter_images(sampler, position.step, destination, counts.out);
   for (std::uint32_t c = 0; c < sampler.channels; ++c) {
-    SamplerChannel &channel = sampler.channel_state[c];
-    const Strided<const float> from = source.channel(c);
-    const Strided<float> to = destination.channel(c);
-    sampler_interpolate(position, channel.history, from, counts.in, to, counts.out);
-    if (filtered) filter_images(sampler, position.step, channel, to, counts.out);
-    update_history(channel.history, from, counts.in);
+    update_history(sampler.channel_state[c].history, source.channel(c), counts.in);
   }
   // Rates that make no sense must not leave a fraction that would spoil all that follows.
   if (std::isfinite(counts.fraction)) sampler.fraction = counts.fraction;

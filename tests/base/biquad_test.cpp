@@ -113,6 +113,31 @@ TEST(FilterInPlace, RecoversFromWhatIsNotANumber) {
   }
 }
 
+TEST(FilterInPlace, APairIsFilteredAsEachChannelIsAlone) {
+  const BiquadCoefficients c = low_pass_biquad(0.2f);
+  for (std::size_t count : {0u, 1u, 2u, 50u}) {
+    std::vector<float> left = testing::noise(50, 3), right = testing::noise(50, 4);
+    std::vector<float> both = testing::interleave(left, right);
+    BiquadState l = {0.1f, 0.2f, 0.3f, 0.4f}, r = {0.5f, 0.6f, 0.7f, 0.8f}, pair_l = l, pair_r = r;
+    filter_in_place(c, l, left.data(), count, 1);
+    filter_in_place(c, r, right.data(), count, 1);
+    filter_pair_in_place(c, pair_l, pair_r, both.data(), both.data() + 1, count, 2);
+    EXPECT_EQ(both, testing::interleave(left, right));
+    EXPECT_EQ(pair_l.y2, l.y2);
+    EXPECT_EQ(pair_r.y2, r.y2);
+  }
+}
+
+TEST(FilterInPlace, OneBadChannelOfAPairRecoversAlone) {
+  const BiquadCoefficients c = low_pass_biquad(0.2f);
+  std::vector<float> left(4, std::numeric_limits<float>::infinity()), right = testing::noise(4, 1);
+  BiquadState l, r;
+  filter_pair_in_place(c, l, r, left.data(), right.data(), 4, 1);
+  EXPECT_EQ(l.y1, 0.0f);
+  EXPECT_EQ(l.x1, 0.0f);
+  EXPECT_EQ(r.x1, testing::noise(4, 1)[3]);
+}
+
 TEST(FilterInPlace, TouchesOnlyItsStride) {
   const BiquadCoefficients c = low_pass_biquad(0.2f);
   const std::vector<float> left = testing::noise(50, 3), right = testing::noise(50, 4);
