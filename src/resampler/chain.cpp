@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "resampler/chain_rounds.h"
-#include "resampler/planning.h"
+#include "resampler/planning/find_structure.h"
 #include "resampler/quality.h"
 
 raesampler::~raesampler() {

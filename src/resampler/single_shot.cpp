@@ -6,7 +6,7 @@
 
 #include "platform/vector.h"
 #include "resampler/chain.h"
-#include "resampler/planning.h"
+#include "resampler/planning/find_structure.h"
 #include "resampler/quality.h"
 #include "resampler/single_shot_buffers.h"
 #include "resampler/single_shot_engine.h"

@@ -7,15 +7,13 @@
 
 #include "resampler/planning/candidates.h"
 #include "resampler/planning/sdm_planner.h"
+#include "resampler/quality.h"
 
 namespace auspool {
 namespace {
 
 constexpr double kMaxMemory = 67108864.0;  // samples
 
-bool is_quality(std::int32_t quality) {
-  return quality >= 0 && quality <= 4;
-}
 bool is_rate(double rate) {
   return rate > 0 && std::isfinite(rate);
 }

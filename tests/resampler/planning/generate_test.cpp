@@ -211,7 +211,7 @@ TEST(Generate, RefusesChainsThatWouldFillMemory) {
 }
 
 TEST(Generate, SurvivesWithoutMemoryForItsSearch) {
-  const testing::CallFailer failer("_Znwm");
+  const testing::CallFailer failer("operator new");
   resampler_structure structure;
   EXPECT_GT(generate_resampler_structure2(1, 0, 0, &structure, 48000, 8000), 0);
   EXPECT_GT(failer.failures(), 0);
