@@ -1,0 +1,13 @@
+#include "meters/meter_clock.h"
+
+#include "platform/clock.h"
+
+namespace auspool {
+
+double meter_seconds() {
+  constexpr double kOffset = 1.5e9;
+  const platform::ClockRatio ratio = platform::clock_ratio();
+  return kOffset + static_cast<double>(platform::clock_ticks()) * ratio.numer / ratio.denom * 1e-9;
+}
+
+}  // namespace auspool

@@ -1,0 +1,10 @@
+// The time of the meters.
+#pragma once
+
+namespace auspool {
+
+// Seconds of a clock that never steps back, which a time of day may do: that would raise levels. As with a time of day,
+// second 0 lies far in the past, also just after the start of the machine.
+double meter_seconds();
+
+}  // namespace auspool
