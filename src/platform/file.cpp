@@ -52,19 +52,35 @@ std::int32_t File::read_some(std::uint64_t offset, std::span<std::uint8_t> to, s
   count = 0;
   if (offset >= size_ || to.empty()) return 0;
   to = to.first(static_cast<std::size_t>(std::min<std::uint64_t>(to.size(), size_ - offset)));
-  if (to.size() > window_bytes) return read_directly(offset, to, count);
-  if (offset < window_offset_ || offset + to.size() > window_offset_ + window_.size()) {
-    window_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(window_bytes, size_ - offset)));
-    window_offset_ = offset;
-    std::size_t got = 0;
-    const std::int32_t error = read_directly(offset, window_, got);
-    window_.resize(error == 0 ? got : 0);
-    if (error != 0) return error;
-  }
-  const std::size_t start = static_cast<std::size_t>(offset - window_offset_);
-  count = std::min(to.size(), window_.size() - start);
-  std::copy_n(window_.begin() + static_cast<std::ptrdiff_t>(start), count, to.begin());
+  if (to.size() > windows_[0].bytes.size()) return read_directly(offset, to, count);
+  if (const std::int32_t error = look_at(offset, to.size())) return error;
+  const Window &window = windows_[recent_];
+  const auto start = static_cast<std::size_t>(offset - window.offset);
+  count = std::min(to.size(), window.count - std::min(window.count, start));
+  std::copy_n(window.bytes.begin() + static_cast<std::ptrdiff_t>(start), count, to.begin());
   return 0;
+}
+
+// Makes the recent window one that holds these bytes, as far as the file has them.
+std::int32_t File::look_at(std::uint64_t offset, std::size_t length) {
+  for (std::size_t i = 0; i < windows_.size(); ++i) {
+    const Window &it = windows_[i];
+    if (offset < it.offset || offset + length > it.offset + it.count) continue;
+    recent_ = i;
+    return 0;
+  }
+  recent_ ^= 1;
+  Window &window = windows_[recent_];
+  const std::uint64_t most = std::min<std::uint64_t>(window.bytes.size(), size_);
+  window.offset = std::min(offset, size_ - most);  // near the end of the file it looks back rather than beyond
+  const std::int32_t error =
+      read_directly(window.offset, std::span(window.bytes).first(static_cast<std::size_t>(most)), window.count);
+  if (error != 0) window.count = 0;
+  return error;
+}
+
+void File::forget() {
+  for (Window &window : windows_) window.count = 0;
 }
 
 std::int32_t File::read(std::uint64_t offset, std::span<std::uint8_t> to) {
@@ -81,7 +97,7 @@ std::int32_t File::read(std::uint64_t offset, std::uint64_t length, std::vector<
 }
 
 std::int32_t File::write(std::uint64_t offset, std::span<const std::uint8_t> from) {
-  window_.clear();
+  forget();
   if (offset > largest_offset - from.size()) return EFBIG;
   std::size_t done = 0;
   const std::int32_t error = repeat(from.size(), done, [&](std::size_t start) {
@@ -92,7 +108,7 @@ std::int32_t File::write(std::uint64_t offset, std::span<const std::uint8_t> fro
 }
 
 std::int32_t File::resize(std::uint64_t size) {
-  window_.clear();
+  forget();
   if (size > largest_offset) return EFBIG;
   int result = 0;
   do {

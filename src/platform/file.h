@@ -1,9 +1,11 @@
 // An open file, read and written at stated offsets. Results are 0 or an errno value.
 //
-// Reads of a few bytes are served from a window of the file that is kept in memory, so that a walk over small chunks
-// costs a system call now and then, not one a field. Reads larger than the window go straight to where they belong.
+// Reads of a few bytes are served from two windows of the file that are kept in memory, so that a walk over small
+// chunks costs a system call now and then, not one a field, and looking at both ends of a file costs two. Larger reads
+// go straight to where they belong.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -37,13 +39,19 @@ public:
   std::int32_t resize(std::uint64_t size);
 
 private:
+  struct Window {
+    std::uint64_t offset = 0;
+    std::size_t count = 0;  // how many of the bytes are the file's
+    std::array<std::uint8_t, 4096> bytes;
+  };
   std::int32_t read_directly(std::uint64_t offset, std::span<std::uint8_t> to, std::size_t &count);
+  std::int32_t look_at(std::uint64_t offset, std::size_t length);
+  void forget();
 
-  static constexpr std::size_t window_bytes = 4096;
   int descriptor_ = -1;
   std::uint64_t size_ = 0;
-  std::vector<std::uint8_t> window_;  // what was read, at most window_bytes
-  std::uint64_t window_offset_ = 0;
+  std::array<Window, 2> windows_;
+  std::size_t recent_ = 0;  // which of them was used last
 };
 
 }  // namespace auspool::platform

@@ -82,6 +82,25 @@ TEST_F(FileTest, SmallReadsShareOneSystemCall) {
   EXPECT_EQ(second.failures(), 0);
 }
 
+TEST_F(FileTest, BothEndsOfAFileCostTwoSystemCalls) {
+  make("head" + std::string(100000, 'x') + "tail");
+  testing::CallFailer third("pread", 3);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(read(0, 4), "head");
+    EXPECT_EQ(read(100004, 4), "tail");
+    EXPECT_EQ(read(100008 - 4096, 2), "xx") << "a window at the end looks back";
+  }
+  EXPECT_EQ(third.failures(), 0);
+}
+
+TEST_F(FileTest, AFileThatShrinksMeanwhileEndsEarlier) {
+  make(std::string(10000, 'x'));
+  std::filesystem::resize_file(path, 5000);
+  EXPECT_EQ(read(4998, 4), past_the_end);
+  EXPECT_EQ(read(9000, 4), past_the_end);
+  EXPECT_EQ(read(4996, 4), "xxxx");
+}
+
 TEST_F(FileTest, ReadsSeeWhatWasWritten) {
   make("0123456789", File::Access::change);
   EXPECT_EQ(read(0, 4), "0123");

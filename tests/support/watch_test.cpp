@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <string>
 #include <vector>
 
 namespace auspool::testing {
@@ -87,6 +88,12 @@ TEST(FailEachAllocation, NoticesWhatIsLeftBehind) {
                           }),
                           "left behind");
   std::free(left);
+}
+
+TEST(FailEachAllocation, ReachesWhatTheCppLibraryAllocates) {
+  const AllocationFailer failer(1);
+  EXPECT_THROW(std::string(1000, 'x').append("y"), std::bad_alloc);
+  EXPECT_TRUE(failer.failed());
 }
 
 TEST(RunWithoutSystemCalls, ReportsASystemCall) {

@@ -30,6 +30,14 @@ std::uint32_t load_u32(const std::uint8_t *from, Order order) {
   return order == Order::big ? load_be<std::uint32_t>(from) : load_le<std::uint32_t>(from);
 }
 
+void store_u32(std::uint8_t *to, std::uint32_t value, Order order) {
+  if (order == Order::big) {
+    store_be(to, value);
+  } else {
+    store_le(to, value);
+  }
+}
+
 std::int32_t read_chunk(platform::File &file, std::uint64_t at, Order order, Chunk &chunk) {
   std::array<std::uint8_t, chunk_header_bytes> header;
   const std::int32_t error = file.read(at, header);
@@ -70,11 +78,7 @@ void append(Bytes &to, std::string_view bytes) {
 
 void append_u32(Bytes &to, std::uint32_t value, Order order) {
   std::array<std::uint8_t, 4> bytes;
-  if (order == Order::big) {
-    store_be(bytes.data(), value);
-  } else {
-    store_le(bytes.data(), value);
-  }
+  store_u32(bytes.data(), value, order);
   to.insert(to.end(), bytes.begin(), bytes.end());
 }
 

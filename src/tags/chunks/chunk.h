@@ -29,6 +29,7 @@ struct Chunk {
 constexpr std::uint64_t chunk_header_bytes = 8;
 
 std::uint32_t load_u32(const std::uint8_t *from, Order order);
+void store_u32(std::uint8_t *to, std::uint32_t value, Order order);
 std::int32_t read_chunk(platform::File &file, std::uint64_t at, Order order, Chunk &chunk);
 
 // How a container keeps texts: the encoding and how many bytes follow a text of `length` bytes.

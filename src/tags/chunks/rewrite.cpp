@@ -95,8 +95,8 @@ std::int32_t Rewrite::walk() {
 }
 
 std::int32_t Rewrite::write_u32(std::uint64_t at, std::uint32_t value, Order order) {
-  Bytes bytes;
-  append_u32(bytes, value, order);
+  std::array<std::uint8_t, 4> bytes;
+  store_u32(bytes.data(), value, order);
   return file_.write(at, bytes);
 }
 
