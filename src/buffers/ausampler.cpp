@@ -21,7 +21,7 @@ struct Interleaved {
   static constexpr bool kSideBySide = true;  // channel c + 1 lies one float behind channel c
   Sample *data;
   std::uint32_t channels;
-  Strided<Sample> channel(std::uint32_t c) const { return {data + c, channels}; }
+  Strided<Sample> channel(std::uint32_t c) const { return {data ? data + c : data, channels}; }
 };
 
 template <typename Sample>

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -274,6 +275,10 @@ TEST(BlockOperations, ShiftedBuffersAreTakenForward) {
   Samples left = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, right = left;
   const au_channel_pair source = {left.data(), right.data()};
   const au_channel_pair up = {left.data() + 1, right.data() + 1};
+  const auto fill = [&](float value) {
+    std::fill(left.begin(), left.end(), value);
+    std::fill(right.begin(), right.end(), value);
+  };
   auproc_copy_buffer(&source, &up, 9);
   EXPECT_EQ(left, Samples(10, 1.0f)) << "each copied sample is the source of the next";
 
@@ -281,11 +286,11 @@ TEST(BlockOperations, ShiftedBuffersAreTakenForward) {
   auproc_copy_buffer(&up, &source, 9);
   EXPECT_EQ(right, (Samples{2, 3, 4, 5, 6, 7, 8, 9, 10, 10}));
 
-  left = right = Samples(10, 1.0f);
+  fill(1.0f);
   auproc_apply_gain(&source, &up, 9, 2.0f);
   EXPECT_EQ(left.back(), 512.0f);
 
-  left = right = Samples(10, 1.0f);
+  fill(1.0f);
   auproc_mix_gain2(&source, &up, 9, 1.0f, 1.0f);
   EXPECT_EQ(right.back(), 10.0f);
 }
