@@ -11,12 +11,12 @@
  *   seconds, rates Hz, sizes bytes.
  * - Threads. The audio thread is the one that calls aurec_record and nothing else. The control
  *   thread makes all other calls; a host that controls a record from several threads takes turns.
- *   The audio thread may run all the while. aurec_is_recording, aurec_is_active, aurec_is_paused,
- *   aurec_buffer_available_space and the sizes and times may be read on the audio thread too.
+ *   The audio thread may run all the while. What only asks (the section State) is for any thread;
+ *   on the audio thread it is real-time safe, but for the sizes.
  * - path_cb, start_cb, finalize_cb and error_log_cb run on the worker, done_cb on the worker or on
  *   the background job that finishes a file, state_changed_cb on the worker or the control thread.
- *   A callback must not call aurec_start, aurec_stop or aurec_destroy of its own record: these wait
- *   for the worker, which would be waiting for the callback.
+ *   A callback cannot end its own record's recording, which would wait for the callback: there
+ *   aurec_start gives -1, and aurec_stop and aurec_destroy only ask the recording to end.
  * - A setting is read when the next recording starts; where the text says "at once", a recording
  *   that runs follows it too.
  * - Any record pointer that is passed must be a live one; aurec_destroy alone accepts null.
@@ -267,7 +267,8 @@ AUSPOOL_API int32_t aurec_is_active(const aurec *rec);
 AUSPOOL_API int32_t aurec_has_active_files(aurec *rec);
 AUSPOOL_API int32_t aurec_is_paused(const aurec *rec);
 
-/* Free room in the ring, in bytes. */
+/* Free room in the ring, in bytes. Where the file has another rate than the input, what makes no whole frame of the
+ * file waits in the ring for more: a ring that is never quite empty has been written. */
 AUSPOOL_API int32_t aurec_buffer_available_space(const aurec *rec);
 
 /* Bytes on the disk, of the current file and of all files of the recording; seconds of audio in them. A file's last few

@@ -28,8 +28,21 @@ std::int32_t set_ring_size(aurec *rec, std::int64_t bytes) {
   return rbuffer_set_size(rec->ext_vars.ring.get(), static_cast<std::int32_t>(bytes));
 }
 
+// A callback must not end the recording that runs it. This catches those that try, and only asks for the end.
+bool is_inside_callback(aurec *rec) {
+  Recorder *const recorder = rec->recorder.load(std::memory_order_relaxed);
+  if (!recorder) return false;
+  const bool on_worker = recorder->is_on_worker();
+  if (on_worker) recorder->request_stop();
+  return on_worker || rec->ending;
+}
+
 void end_recorder(aurec *rec) {
-  if (Recorder *const recorder = rec->recorder.load(std::memory_order_relaxed)) recorder->SafeDelete();
+  Recorder *const recorder = rec->recorder.load(std::memory_order_relaxed);
+  if (!recorder) return;
+  rec->ending = true;
+  recorder->SafeDelete();
+  rec->ending = false;
 }
 
 void wait_for_background_jobs(aurec *rec) {
@@ -73,7 +86,7 @@ aurec *aurec_create(void *ext_ref, aurec_path_cb path_cb, aurec_file_cb start_cb
 }
 
 void aurec_destroy(aurec *rec) {
-  if (!rec) return;
+  if (!rec || is_inside_callback(rec)) return;
   const std::unique_ptr<aurec> owned(rec);
   end_recorder(rec);
   // What background jobs do not touch goes before the wait, which may be long.
@@ -84,6 +97,7 @@ void aurec_destroy(aurec *rec) {
 }
 
 std::int32_t aurec_start(aurec *rec, float rate) {
+  if (is_inside_callback(rec)) return -1;
   end_recorder(rec);
   set_ring_size(rec, 0);
   if (set_ring_size(rec, rec->buffer_size) != 0) return -2;
@@ -95,13 +109,14 @@ std::int32_t aurec_start(aurec *rec, float rate) {
   rec->recorder.store(recorder, std::memory_order_seq_cst);
   const std::int32_t result = recorder->start(rate);
   if (result != 0) {
-    recorder->SafeDelete();
+    end_recorder(rec);
     release_ring(rec, result);
   }
   return result;
 }
 
 void aurec_stop(aurec *rec) {
+  if (is_inside_callback(rec)) return;
   end_recorder(rec);
   release_ring(rec, 0);
 }

@@ -34,6 +34,7 @@ struct aurec {
   std::uint32_t thread_count = 0;  // background file jobs that still run
   std::mutex thread_mutex;         // guards thread_count
 
+  bool ending = false;  // the control thread is in end_recorder: a callback of it comes back in
   // How many calls are inside `recorder` from threads that do not control the record: see UseOfRecorder.
   mutable std::atomic<std::uint32_t> uses{0};
 };

@@ -1,4 +1,6 @@
 // The audio thread's side of a recording: from the host's block to the ring. Nothing here waits or allocates.
+#include <unistd.h>
+
 #include <algorithm>
 #include <mutex>
 
@@ -9,16 +11,16 @@ namespace auspool {
 
 std::int32_t Recorder::record(float rate, const float *const channels[2], std::int32_t frames) {
   if (!is_usable_rate(rate)) return 0;
-  if (started && !rate_in.load(std::memory_order_relaxed).known()) {
+  if (started && rate_in == 0.0f) {
     // The first block of a recording that was started without a rate only tells it.
-    rate_in.store({rate, 0}, std::memory_order_release);
+    rate_in = rate;
     wake_worker();
     return 0;
   }
   if (!is_recording() || frames <= 0 || paused) return 0;
   if (!channels || !channels[0] || !channels[1]) return 0;
 
-  if (rate != rate_in.load(std::memory_order_relaxed).hz) change_rate(rate);
+  if (rate != rate_in) change_rate(rate);
   if (overrun) recover_from_overrun();
 
   Verdict verdict = Verdict::kKeep;
@@ -36,12 +38,14 @@ std::int32_t Recorder::record(float rate, const float *const channels[2], std::i
   return overrun ? 1 : 0;
 }
 
-// What waits in the ring has the old rate. The filters belong to the worker, which starts them anew when it sees the
-// new generation: the order here lets it see that before any audio of the new rate.
+// What waits in the ring has the old rate. The filters belong to the worker, which starts them anew when it sees that
+// the rate has changed. If it is just reading the ring, the flush must wait for that, and so does this.
 void Recorder::change_rate(float rate) {
+  while (!input_lock.try_lock()) usleep(20);
+  const std::lock_guard lock(input_lock, std::adopt_lock);
   rbuffer_flush_w(ext_vars->ring.get());
-  const InputRate old = rate_in.load(std::memory_order_relaxed);
-  rate_in.store({rate, old.generation + 1}, std::memory_order_release);
+  rate_in = rate;
+  ++rate_changes;
 }
 
 void Recorder::recover_from_overrun() {
@@ -111,7 +115,7 @@ std::int32_t Recorder::write_to_ring(const float *const channels[2], std::int32_
 // already: then it cuts at once.
 void Recorder::arm_split_in_silence() {
   const float silence = ext_vars->silence_time;
-  const std::int32_t backtrack = truncate_to_int32(silence * rate_in.load(std::memory_order_relaxed).hz * 0.5f);
+  const std::int32_t backtrack = truncate_to_int32(silence * rate_in * 0.5f);
   const std::int64_t cut = std::int64_t{rbuffer_used_space(ext_vars->ring.get()) / 8} - backtrack;
   new_file_countdown = cut > 0 ? static_cast<std::int32_t>(std::min<std::int64_t>(cut, INT32_MAX)) : -1;
 }

@@ -27,7 +27,7 @@ FilePtr Recorder::open_fp(TagsOfFile &tags) {
     }
     const int error = errno;
     tags.clear();
-    if (error != EINTR && error != EEXIST) {
+    if (!may_ask_again(error)) {
       log_open_error(error);
       break;
     }
@@ -36,6 +36,13 @@ FilePtr Recorder::open_fp(TagsOfFile &tags) {
   recording.store(false, std::memory_order_relaxed);
   started = false;
   return nullptr;
+}
+
+// A host that names only files that exist must not hold up the end for ever.
+bool Recorder::may_ask_again(int error) {
+  constexpr int kPatience = 1000;
+  if (error != EINTR && error != EEXIST) return false;
+  return !stop_requested || ++refusals_after_stop <= kPatience;
 }
 
 void Recorder::log_open_error(int error) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <new>
 
+#include "base/denormal_guard.h"
 #include "recorder/recorder.h"
 
 namespace auspool {
@@ -9,29 +10,37 @@ namespace {
 
 constexpr std::int32_t kFrameBytes = 2 * sizeof(float);
 
+// Filters remember: one infinity or NaN in them would silence all that follows. What is far beyond full scale is held
+// to it in the file anyway.
+void make_harmless(float *samples, std::size_t count) {
+  constexpr float kFarBeyond = 1e9f;
+  for (std::size_t i = 0; i < count; ++i) {
+    float sample = samples[i];
+    sample = sample > kFarBeyond ? kFarBeyond : sample;
+    sample = sample < -kFarBeyond ? -kFarBeyond : sample;
+    samples[i] = sample == sample ? sample : 0.0f;
+  }
+}
+
 }  // namespace
 
 // Up to `frames` frames. With `want_full` all of them or none; with `pad` besides, zeros fill up what is short, unless
 // there is nothing at all.
 std::int32_t Recorder::get_audio(float *buffer, std::int32_t frames, bool want_full, bool pad) {
-  for (;;) {
-    const InputRate in = follow_input_rate();
-    const std::int32_t got = in.hz == rate_out ? get_audio_as_it_is(buffer, frames, want_full, pad)
-                                               : get_audio_converted(in.hz, buffer, frames, want_full, pad);
-    // If the rate changed meanwhile, the audio in hand may be of either rate. A change discards what waits: so it does
-    // with this.
-    if (rate_in.load(std::memory_order_acquire).generation == in.generation) return got;
-  }
+  InputLock lock(input_lock);
+  const float rate = follow_input_rate();
+  if (rate == rate_out) return get_audio_as_it_is(buffer, frames, want_full, pad);
+  return get_audio_converted(std::move(lock), rate, buffer, frames, want_full, pad);
 }
 
-InputRate Recorder::follow_input_rate() {
-  const InputRate in = rate_in.load(std::memory_order_acquire);
-  if (in.generation != rate_generation) {
+// A source that changed its rate is another source: the filters must not remember the old one.
+float Recorder::follow_input_rate() {
+  if (rate_changes != rate_changes_seen) {
     ausampler_reset(ext_vars->sampler.get());
     lpf_reset();
-    rate_generation = in.generation;
+    rate_changes_seen = rate_changes;
   }
-  return in;
+  return rate_in;
 }
 
 std::int32_t Recorder::read_ring(float *buffer, std::uint32_t frames) {
@@ -47,7 +56,8 @@ std::int32_t Recorder::get_audio_as_it_is(float *buffer, std::int32_t frames, bo
   return frames;
 }
 
-std::int32_t Recorder::get_audio_converted(float rate, float *buffer, std::int32_t frames, bool want_full, bool pad) {
+std::int32_t Recorder::get_audio_converted(InputLock lock, float rate, float *buffer, std::int32_t frames,
+                                           bool want_full, bool pad) {
   ausampler *const sampler = ext_vars->sampler.get();
   const double in = static_cast<double>(rate), out = static_cast<double>(rate_out);
   const std::uint32_t need = ausampler_read_frames_in(sampler, static_cast<std::uint32_t>(frames), in, out);
@@ -63,7 +73,9 @@ std::int32_t Recorder::get_audio_converted(float rate, float *buffer, std::int32
   float *const input = conversion_memory(fill_up ? need : take);
   if (!input) return 0;
   auto in_hand = static_cast<std::uint32_t>(read_ring(input, take));
+  lock.unlock();
   if (in_hand < 1) return 0;
+  make_harmless(input, 2 * std::size_t{in_hand});
   if (want_full && in_hand < need) {
     if (!pad) return 0;
     std::fill(input + 2 * std::size_t{in_hand}, input + 2 * std::size_t{need}, 0.0f);
@@ -100,6 +112,7 @@ void Recorder::lpf_process(float *buffer, std::int32_t frames, float cutoff) {
     lpf_cutoff = cutoff;
     lpf = low_pass_biquad(cutoff);
   }
+  const DenormalGuard guard;
   for (int channel = 0; channel < 2; ++channel) {
     filter_in_place(lpf, lpf_state[channel], buffer + channel, static_cast<std::size_t>(frames), 2);
   }

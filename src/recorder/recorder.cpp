@@ -6,12 +6,17 @@
 #include "recorder/aurec_record.h"
 
 namespace auspool {
+namespace {
+
+thread_local const Recorder *recorder_of_this_thread = nullptr;
+
+}  // namespace
 
 std::int32_t Recorder::start(float rate) {
   started = true;
   stop_requested = false;
   in_silence = ext_vars->silence_mode == kSilenceSplit;  // this mode begins by waiting for sound
-  rate_in.store({is_usable_rate(rate) ? rate : 0.0f, 0}, std::memory_order_relaxed);
+  rate_in = is_usable_rate(rate) ? rate : 0.0f;
   smeter_reset(ext_vars->meter.get());
   meter_resets = ext_vars->meter_resets;
   ausampler_reset(ext_vars->sampler.get());
@@ -54,12 +59,18 @@ void Recorder::make_new_file() {
 }
 
 void Recorder::run_th(void *self) {
-  static_cast<Recorder *>(self)->run();
+  auto *const recorder = static_cast<Recorder *>(self);
+  recorder_of_this_thread = recorder;
+  recorder->run();
+}
+
+bool Recorder::is_on_worker() const {
+  return recorder_of_this_thread == this;
 }
 
 void Recorder::run() {
   call_state_changed_cb();
-  while (!rate_in.load(std::memory_order_acquire).known()) {
+  while (rate_in == 0.0f) {
     wait_for_work();
     if (stop_requested) {
       started = false;

@@ -77,6 +77,9 @@ public:
   void stop();
   void pause(bool wanted);
   void make_new_file();
+  // For a host that calls from a callback: on the worker nothing can wait for the worker.
+  bool is_on_worker() const;
+  void request_stop() { stop_requested = true; }
 
   // The audio thread's (capture.cpp).
   std::int32_t record(float rate, const float *const channels[2], std::int32_t frames);
@@ -132,13 +135,16 @@ private:
   bool limit_passed() const;
 
   // files.cpp
+  bool may_ask_again(int error);
   void log_open_error(int error);
 
   // get_audio.cpp
-  InputRate follow_input_rate();
+  using InputLock = std::unique_lock<platform::SpinLock>;
+  float follow_input_rate();
   std::int32_t read_ring(float *buffer, std::uint32_t frames);
   std::int32_t get_audio_as_it_is(float *buffer, std::int32_t frames, bool want_full, bool pad);
-  std::int32_t get_audio_converted(float rate, float *buffer, std::int32_t frames, bool want_full, bool pad);
+  std::int32_t get_audio_converted(InputLock lock, float rate, float *buffer, std::int32_t frames, bool want_full,
+                                   bool pad);
   float *conversion_memory(std::uint32_t frames);
   void lpf_reset();
   void lpf_process(float *buffer, std::int32_t frames, float cutoff);
@@ -149,7 +155,7 @@ protected:
   Relaxed<std::int64_t> file_frames{0};
   Relaxed<std::int64_t> total_frames{0};
   Relaxed<std::int64_t> total_bytes{0};  // of all completed files
-  std::atomic<InputRate> rate_in{};
+  Relaxed<float> rate_in{0};             // of incoming audio; 0 while not known
   Relaxed<float> rate_out{0};
   int fd = -1;                  // of the current file; changed under fd_lock
   std::int32_t file_index = 0;  // of the current file
@@ -176,9 +182,14 @@ protected:
   ext_vars_t *const ext_vars;
 
 private:
-  std::uint32_t rate_generation = 0;     // of the audio that the filters have seen
+  // Held by the worker from its look at the input's rate until it has read the audio, and by the audio thread while it
+  // changes both: so audio is never taken for that of another rate.
+  platform::SpinLock input_lock;
+  std::uint32_t rate_changes = 0;        // under input_lock
+  std::uint32_t rate_changes_seen = 0;   // by the filters
   std::uint32_t meter_resets = 0;        // that the meter has seen; the audio thread's
   std::vector<float> conversion_buffer;  // input frames on their way to the sampler
+  int refusals_after_stop = 0;           // names of files that exist, since the end was asked for
   mutable std::mutex fd_lock;            // no descriptor is closed while another thread asks for its size
 };
 

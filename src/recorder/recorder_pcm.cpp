@@ -48,7 +48,7 @@ std::uint32_t RecorderPCM::os_type() const {
 }
 
 void RecorderPCM::run_core() {
-  rate_out = is_file_rate(options.sample_rate) ? options.sample_rate : rate_in.load(std::memory_order_acquire).hz;
+  rate_out = is_file_rate(options.sample_rate) ? options.sample_rate : float{rate_in};
   file_index = 0;
   std::int32_t kept = 0;
   TagsOfFile tags;
@@ -120,7 +120,15 @@ std::int32_t RecorderPCM::flush_buffer(std::FILE *file, bool pad) {
   const auto convert = kind == kPCMKindAIFF ? (wide ? floats_to_int24_be : floats_to_int16_be)
                                             : (wide ? floats_to_int24_le : floats_to_int16_le);
   convert(audio, data, count * channels());
-  return static_cast<std::int32_t>(std::fwrite(data, channels() * bytes_per_sample(), count, file));
+  const std::size_t written = std::fwrite(data, frame_bytes(), count, file);
+  if (written < count) realign(file, written);
+  return static_cast<std::int32_t>(written);
+}
+
+// On a full disk the stream drops bytes wherever the room ended. The next frames must not stand askew behind that.
+void RecorderPCM::realign(std::FILE *file, std::size_t frames_in_hand) const {
+  const std::size_t frames = static_cast<std::size_t>(file_frames) + frames_in_hand;
+  (void)std::fseek(file, static_cast<long>(header.size() + frames * frame_bytes()), SEEK_SET);
 }
 
 void RecorderPCM::reduce_to_mono(float *frames, std::int32_t count) const {

@@ -29,9 +29,11 @@ private:
   void fill_header();
   void refresh_header();
   void complete_header(std::FILE *file);
+  void realign(std::FILE *file, std::size_t frames_in_hand) const;
   void reduce_to_mono(float *frames, std::int32_t count) const;
   std::size_t channels() const { return options.mono == 0 ? 2 : 1; }
   std::size_t bytes_per_sample() const { return options.bit_depth == 1 ? 3 : 2; }
+  std::size_t frame_bytes() const { return channels() * bytes_per_sample(); }
 
   double last_header_time = 0;  // file time of the last refresh
   const AuRecOptionsPCM options;
