@@ -21,6 +21,7 @@ using View = std::span<const std::uint8_t>;
 struct Reading {
   audict &tag;
   int major;
+  View cover = {};
   bool front_cover_seen = false;
 };
 
@@ -37,9 +38,24 @@ void read_picture(Reading &reading, View data) {
   const auto picture = parse_picture(data, reading.major);
   if (!picture) return;
   const bool front = picture->type == kFrontCover;
-  if (front ? reading.front_cover_seen : audict_get(&reading.tag, "AlbumCover") != nullptr) return;
-  set(reading.tag, "AlbumCover", make_data(Bytes(picture->image.begin(), picture->image.end())));
+  const bool has_cover = !reading.cover.empty() || audict_get(&reading.tag, "AlbumCover") != nullptr;
+  if (front ? reading.front_cover_seen : has_cover) return;
+  reading.cover = picture->image;
   reading.front_cover_seen |= front;
+}
+
+// The memory of the tag becomes that of the cover, which mostly fills it, rather than stand beside a copy of it.
+void set_cover(Reading &reading, Bytes &tag) {
+  if (reading.cover.empty()) return;
+  const auto offset = reading.cover.data() - tag.data();
+  const std::size_t size = reading.cover.size();
+  if (size < tag.size() / 2) {
+    set(reading.tag, "AlbumCover", make_data(Bytes(reading.cover.begin(), reading.cover.end())));
+    return;
+  }
+  tag.erase(tag.begin(), tag.begin() + offset);
+  tag.resize(size);
+  set(reading.tag, "AlbumCover", make_data(std::move(tag)));
 }
 
 void read_podcast(Reading &reading, View data) {
@@ -107,6 +123,7 @@ std::int32_t autag2_id3_read_v2(audict &dict, std::uint64_t offset, platform::Fi
   Reading reading = {dict, data.major};
   FrameWalk walk(data.frames, data.major);
   while (const auto frame = walk.next()) read_frame(reading, *frame);
+  set_cover(reading, data.bytes);
   return 0;
 }
 
