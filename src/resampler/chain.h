@@ -82,13 +82,20 @@ bool reserve_overflow(raesampler &chain, std::int32_t samples);
 // Makes room for what raesampler_resample gives for a block. False when memory runs out.
 bool reserve_block_output(raesampler &chain, std::int32_t samples);
 
-// Runs all stages over `count` input samples. Up to `room` samples of output go to `out`, what is more behind that
-// which waits in `overflow`. Returns the samples written to `out`, or kNoMemory.
+// Runs all stages over `count` input samples. If nothing waits in `overflow`, up to `room` samples of output go to
+// `out`; the rest goes behind what waits there. Returns the samples written to `out`, or kNoMemory.
 std::int32_t resampler_resample_push(raesampler &chain, const InputChannels &in, const OutputChannels &out,
                                      std::int32_t room, std::int32_t count);
 
+// How much may be written. With `leaves_input` no more input is consumed than that takes; without, all of it is, and
+// output beyond the room waits in `overflow`.
+struct Limit {
+  bool leaves_input;
+  std::int32_t room;
+};
+
 // What raesampler_resample and raesampler_resampleD share: samples are of the chain's size.
 std::int32_t resampler_resample_internal(raesampler &chain, InputChannels in, OutputChannels out,
-                                         std::int32_t *input_count, std::int32_t max_output);
+                                         std::int32_t *input_count, Limit limit);
 
 }  // namespace auspool

@@ -28,7 +28,7 @@ std::int32_t Outlet::outputs_of(std::int32_t count) const {
 
 // How many input samples surely give no more than the host has room for.
 std::int32_t Outlet::fitting(std::int32_t count) const {
-  if (spilled_ > 0) return 0;
+  if (waiting_ > 0) return 0;
   const auto fits = [&](std::int32_t samples) { return outputs_of(samples) <= room_ - written_; };
   if (fits(count)) return count;
   std::int32_t most = 0;
@@ -46,19 +46,19 @@ std::int32_t Outlet::run(const std::byte *in, std::int32_t in_stride, void *out,
 
 // Runs the stage into the overflow, and hands the host from there what it has room for.
 void Outlet::spill(const std::byte *in, std::int32_t in_stride, std::int32_t count) {
-  if (!reserve_overflow(chain_, to_count(std::int64_t{spilled_} + outputs_of(count)))) return;
+  if (!reserve_overflow(chain_, to_count(std::int64_t{waiting_} + outputs_of(count)))) return;
   const auto sample_size = static_cast<std::int32_t>(chain_.sample_size);
   const std::size_t at =
-      channel_ * static_cast<std::size_t>(chain_.overflow_capacity) + static_cast<std::size_t>(spilled_);
+      channel_ * static_cast<std::size_t>(chain_.overflow_capacity) + static_cast<std::size_t>(waiting_);
   std::byte *overflow = chain_.overflow.get() + at * chain_.sample_size;
   const std::int32_t made = run(in, in_stride, overflow, 1, count);
-  const std::int32_t given = spilled_ > 0 ? 0 : std::min(made, room_ - written_);
+  const std::int32_t given = waiting_ > 0 ? 0 : std::min(made, room_ - written_);
   copy_samples(sample_size, overflow, 1, next_out(), out_stride_, given);
   const std::size_t kept = static_cast<std::size_t>(made - given) * chain_.sample_size;
   std::memmove(overflow, overflow + static_cast<std::size_t>(given) * chain_.sample_size, kept);
   written_ += given;
-  spilled_ += made - given;
-  chain_.overflow_count = std::max(chain_.overflow_count, spilled_);
+  waiting_ += made - given;
+  chain_.overflow_count = std::max(chain_.overflow_count, waiting_);
 }
 
 std::byte *Outlet::next_out() const {

@@ -12,13 +12,15 @@ namespace auspool {
 // One channel's end during one push.
 class Outlet {
 public:
-  Outlet(raesampler &chain, std::size_t channel, const OutputChannels &out, std::int32_t room)
+  // `waiting` samples are in the overflow already.
+  Outlet(raesampler &chain, std::size_t channel, const OutputChannels &out, std::int32_t room, std::int32_t waiting)
       : chain_(chain),
         last_(chain.stages[chain.stage_count - 1]),
         channel_(channel),
         out_(out.next(channel, chain.sample_size)),
         out_stride_(out.stride),
-        room_(room) {}
+        room_(room),
+        waiting_(waiting) {}
 
   // Runs the last stage over its input.
   void take(const std::byte *in, std::int32_t in_stride, std::int32_t count);
@@ -39,7 +41,7 @@ private:
   const std::int32_t out_stride_;
   const std::int32_t room_;
   std::int32_t written_ = 0;
-  std::int32_t spilled_ = 0;
+  std::int32_t waiting_;
 };
 
 }  // namespace auspool

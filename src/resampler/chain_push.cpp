@@ -34,10 +34,11 @@ std::int32_t resampler_resample_push(raesampler &chain, const InputChannels &in,
   RoundStorage storage;
   const bool deinterleave = in.stride != 1 && chain.stages[0].needs_unit_stride != 0;
   const Rounds rounds = plan_rounds(chain, storage, count, deinterleave);
-  if (rounds.samples == 0 || !reserve_overflow(chain, chain.surplus)) return kNoMemory;
+  const std::int32_t waiting = chain.overflow_count;
+  if (rounds.samples == 0 || !reserve_overflow(chain, waiting + chain.surplus)) return kNoMemory;
   std::int32_t written = 0;
   for (std::uint32_t channel = 0; channel < chain.channels; ++channel) {
-    Outlet outlet(chain, channel, out, room);
+    Outlet outlet(chain, channel, out, room, waiting);
     const std::byte *from = in.next(channel, chain.sample_size);
     for (std::int32_t left = count; left > 0;) {
       const std::int32_t round = std::min(left, rounds.samples);

@@ -91,17 +91,17 @@ private:
 }  // namespace
 
 std::int32_t resampler_resample_internal(raesampler &chain, InputChannels in, OutputChannels out,
-                                         std::int32_t *input_count, std::int32_t max_output) {
+                                         std::int32_t *input_count, Limit limit) {
   const std::int32_t count = *input_count;
-  if (max_output != 0) {
-    LimitedRun run(chain, in, out, count, max_output);
+  if (limit.leaves_input) {
+    LimitedRun run(chain, in, out, count, limit.room);
     run.run();
     *input_count = run.consumed();
     return run.written();
   }
-  const std::int32_t waiting = hand_out_overflow(chain, out, chain.overflow_count);
+  const std::int32_t waiting = hand_out_overflow(chain, out, limit.room);
   out.done += waiting;
-  const std::int32_t written = resampler_resample_push(chain, in, out, raesampler_output_samples(&chain, count), count);
+  const std::int32_t written = resampler_resample_push(chain, in, out, limit.room - waiting, count);
   if (written != kNoMemory) return waiting + written;
   *input_count = 0;
   return waiting;
@@ -125,16 +125,15 @@ public:
   WidenedRun(raesampler &chain, const InputChannels &in, const OutputChannels &out)
       : chain_(chain), in_(in), out_(out) {}
 
-  void run(std::int32_t left, std::int32_t limit) {
-    const bool limited = limit > 0;
+  void run(std::int32_t left, Limit limit) {
     while (true) {
       std::int32_t used = std::min(left, kBlock);
       const std::int32_t made = run_block(&used, limit);
       in_.done += used;
       out_.done += made;
       left -= used;
-      if (limited && limit <= made) return;
-      if (limited) limit -= made;
+      limit.room -= made;
+      if (limit.leaves_input && limit.room == 0) return;
       if (made == 0 && (left == 0 || used == 0)) return;
     }
   }
@@ -143,7 +142,7 @@ public:
   std::int32_t written() const { return static_cast<std::int32_t>(out_.done); }
 
 private:
-  std::int32_t run_block(std::int32_t *count, std::int32_t limit) {
+  std::int32_t run_block(std::int32_t *count, const Limit &limit) {
     const std::int64_t most = std::int64_t{raesampler_output_samples(&chain_, *count)} + chain_.surplus;
     if (!reserve_block_output(chain_, to_count(most))) {
       *count = 0;
@@ -203,11 +202,13 @@ std::int32_t resample(raesampler &chain, const Sample *const *in, std::int32_t i
   const InputChannels input = {from.data(), in_stride};
   const OutputChannels output = {to.data(), out_stride};
   if (chain.stage_count == 0) return copy_channels(chain, sizeof(Sample), input, output, input_count, max_output);
+  // Without a limit all input is consumed, and the room is what the counts promise.
+  const Limit limit = {max_output != 0, max_output != 0 ? max_output : raesampler_output_samples(&chain, *input_count)};
   if (chain.sample_size == sizeof(Sample)) {
-    return resampler_resample_internal(chain, input, output, input_count, max_output);
+    return resampler_resample_internal(chain, input, output, input_count, limit);
   }
   WidenedRun run(chain, input, output);
-  run.run(*input_count, max_output);
+  run.run(*input_count, limit);
   *input_count = run.consumed();
   return run.written();
 }

@@ -5,6 +5,7 @@
 namespace auspool {
 
 ChannelWorker::ChannelWorker(const raesampler &chain, std::size_t channel) : chain_(chain), channel_(channel) {
+  works_.reserve(static_cast<std::size_t>(chain.stage_count));
   for (std::int32_t i = 0; i < chain.stage_count; ++i) {
     const raesampler_stage &stage = chain.stages[i];
     const bool needed = stage.alloc_workbuffer != nullptr;

@@ -24,11 +24,12 @@ Block<double> windowed_sinc(const stage_spec &spec) {
   const std::int32_t length = spec.length * kSincResolution + kSincResolution + 1;
   const std::int32_t half = length / 2;
   auto function = make_block<double>(static_cast<std::size_t>(length));
-  for (std::int32_t i = 0; i < half; ++i) {
-    const double x = (i * std::numbers::pi + std::numbers::pi) / kSincResolution;
-    function[(half | 1) + i] = function[(half | 1) - 2 - i] = std::sin(x) / x;
+  double *middle = function.get() + half;
+  *middle = 1.0;
+  for (std::int32_t i = 1; i <= half; ++i) {
+    const double x = i * std::numbers::pi / kSincResolution;
+    middle[i] = middle[-i] = std::sin(x) / x;
   }
-  function[half] = 1.0;
   apply_window(function.get(), length, spec);
   return function;
 }
