@@ -6,8 +6,8 @@
 
 #include "auspool/autag2.h"
 #include "support/id3.h"
+#include "support/other_programs.h"
 #include "support/pictures.h"
-#include "support/programs.h"
 #include "support/tag_file.h"
 
 namespace auspool::tags {
@@ -16,31 +16,12 @@ namespace {
 using namespace auspool::testing;
 using nlohmann::json;
 
-#define NEED_PROGRAM(name) \
-  if (!have_program(name)) GTEST_SKIP() << name << " is not installed"
-#define NEED_MUTAGEN() \
-  if (run("/usr/bin/python3 -c 'import mutagen'").status != 0) GTEST_SKIP() << "mutagen is not installed"
-
-std::string output_of(const std::string &command) {
-  const ProgramResult result = run(command);
-  EXPECT_EQ(result.status, 0) << command << "\n" << result.errors;
-  return result.output;
-}
-
-std::string python(const std::string &script, const std::string &path) {
-  return output_of("/usr/bin/python3 -c " + quoted(script) + " " + quoted(path));
-}
-
 // Two seconds of a tone, as an encoder writes them, with its tag or without.
 std::string encoded(const std::string &options) {
   const TempDir folder;
   const std::string path = folder.file("tone.mp3");
   output_of("ffmpeg -v error -f lavfi -i sine=frequency=440:duration=2 -b:a 64k " + options + " " + quoted(path));
   return read_file(path);
-}
-
-std::string decoded_hash(const std::string &path) {
-  return output_of("ffmpeg -v error -i " + quoted(path) + " -map 0:a -f md5 -");
 }
 
 Ref full_tag(const std::string &suffix) {
@@ -212,7 +193,7 @@ TEST(OtherPrograms, WeReadWhatMutagenWritesInEveryVersionAndEncoding) {
   const std::pair<int, int> kinds[] = {{3, 0}, {3, 1}, {4, 0}, {4, 1}, {4, 2}, {4, 3}};
   for (const auto &[version, encoding] : kinds) {
     const TagFile file(silent_mp3(10));
-    output_of("/usr/bin/python3 -c " + quoted(kMutagenWrite) + " " + quoted(file.path()) + " " +
+    output_of(kPython + std::string(" -c ") + quoted(kMutagenWrite) + " " + quoted(file.path()) + " " +
               std::to_string(version) + " " + std::to_string(encoding));
     const auto tag = file.read();
     EXPECT_EQ(tag.error, 0);
