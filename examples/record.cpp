@@ -7,64 +7,14 @@
 #include <thread>
 
 #include "common/audio_input.h"
-#include "common/command_line.h"
 #include "common/console.h"
+#include "record/settings.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using example::AudioInput;
-
-constexpr const char *kHelp = R"(usage: auspool-record INPUT... [OPTION]...
-Records audio files, whatever libsndfile reads, one after another as one live source. Mono feeds both channels; of more
-than two channels the first two are taken. The files appear as recording-001.aiff and so on; none is overwritten.
-
-  --out DIR             the folder of the recordings, made if need be (the current one)
-  --type aiff|wave      (aiff)
-  --bits 16|24          (16)
-  --mono mix|left|right records one channel
-  --rate HZ             sample rate of the recordings, 4000 to 192000 (that of each input)
-  --limit 90s|5MiB      goes on in a new file at this length or size: s, min, h, KiB, MiB, GiB; from 60s or 1MiB
-  --silence skip|split|stop   leaves silence out, begins a new file after it, or ends the recording
-  --silence-db DB       what is below this level is silence (-50)
-  --silence-seconds S   how long it must last (2)
-  --block FRAMES        frames in a block, 1 to 65536 (512)
-  --realtime            goes by the clock, as a sound card does, and waits for nothing
-  --json                prints a line of JSON for each finished file: path, frames, seconds, bytes, index; at the end
-                        one with files, frames_pushed, frames_dropped (in blocks that did not fit whole), errors
-
-Exit status: 0 if nothing was dropped and nothing failed, 1 if something did, 2 for a wrong command line.)";
-
-struct Settings {
-  std::vector<std::string> inputs;
-  fs::path folder = ".";
-  AuRecOutputType type = AuRecOutputTypeAIFF;
-  AuRecOptionsPCM pcm{};
-  example::Limit limit;
-  int32_t silence_mode = 0;
-  float silence_db = -50, silence_seconds = 2;
-  int block = 512;
-  bool realtime = false, json = false, help = false;
-};
-
-Settings settings_from(int argc, char **argv) {
-  Settings s;
-  s.inputs = example::parse(
-      argc, argv,
-      {example::flag("help", s.help), example::text_option("out", s.folder),
-       example::choice_option("type", s.type, {{"aiff", AuRecOutputTypeAIFF}, {"wave", AuRecOutputTypeWAVE}}),
-       example::choice_option("bits", s.pcm.bit_depth, {{"16", 0}, {"24", 1}}),
-       example::choice_option("mono", s.pcm.mono, {{"mix", 1}, {"left", 2}, {"right", 3}}),
-       example::number_option("rate", s.pcm.sample_rate, 4000, 192000), example::limit_option("limit", s.limit),
-       example::choice_option("silence", s.silence_mode, {{"skip", 1}, {"split", 2}, {"stop", 3}}),
-       example::number_option("silence-db", s.silence_db, -200, 0),
-       example::number_option("silence-seconds", s.silence_seconds, 0, 86400),
-       example::number_option("block", s.block, 1, 65536), example::flag("realtime", s.realtime),
-       example::flag("json", s.json)});
-  s.pcm.mono_source = s.pcm.mono ? s.pcm.mono - 1 : 0;
-  if (s.inputs.empty() && !s.help) throw example::UsageError("no input");
-  return s;
-}
+using record::Settings;
 
 struct File {
   std::string path;
@@ -114,10 +64,10 @@ struct Host {
     console.complain("auspool-record: " + message);
   }
 
-  // The last words; returns the exit status. The recorder says nothing of a disk that is full, the files do.
+  // The last words; returns the exit status. Of a full disk the recorder says nothing: the files must hold `seconds`.
   int report(int64_t pushed, int64_t dropped, double seconds) {
     if (finished_files == 0 && errors == 0) failed("nothing was recorded");
-    if (settings.silence_mode == 0 && finished_files > 0 && dropped == 0 && finished_seconds < seconds - 0.01)
+    if (finished_files > 0 && settings.silence_mode == 0 && finished_seconds < seconds)
       failed(std::to_string(seconds - finished_seconds) + " seconds are missing in the files");
     tell(
         "files: " + std::to_string(finished_files) + ", frames pushed: " + std::to_string(pushed) +
@@ -170,6 +120,7 @@ public:
   Source(aurec *rec, const Settings &settings, example::Console &console)
       : rec_(rec), settings_(settings), console_(console) {
     for (const std::string &input : settings.inputs) total_seconds_ += AudioInput(input).seconds();
+    fs::create_directories(settings.folder);
     rate_ = AudioInput(settings.inputs.front()).rate();
     file_rate_ = settings.pcm.sample_rate > 0 ? settings.pcm.sample_rate : rate_;
     if (aurec_start(rec_, rate_) != 0) throw std::runtime_error("the recording could not be started");
@@ -185,17 +136,22 @@ public:
     while (const int frames = input.read(settings_.block)) {
       due += std::chrono::nanoseconds(std::llround(frames * 1e9 / static_cast<double>(rate_)));
       if (settings_.realtime) std::this_thread::sleep_until(due);
-      // Silence splits where the worker stands, so that must keep up, as it does with a live source.
-      else if (!(settings_.silence_mode ? wait_until_empty() : wait_for_space(frames * 8)))
-        return false;
+      if (!settings_.realtime && !wait_for_room(frames)) return false;
       if (example::interrupted() || !aurec_is_recording(rec_)) return false;
       const float *const channels[2] = {input.left().data(), input.right().data()};
-      if (aurec_record(rec_, rate_, channels, frames) != 0) dropped += frames;
       pushed += frames;
-      seconds += frames / static_cast<double>(rate_);
+      if (aurec_record(rec_, rate_, channels, frames) == 0)
+        seconds += frames / static_cast<double>(rate_);
+      else
+        dropped += frames;
       if (console_.due(seconds, total_seconds_)) console_.progress(seconds, total_seconds_, input.level());
     }
     return true;
+  }
+
+  // Silence splits where the worker stands, so that must keep up, as it does with a live source.
+  bool wait_for_room(int frames) const {
+    return settings_.silence_mode ? wait_until_empty() : wait_for_space(frames * 8);
   }
 
   // What makes no whole frame of the file's rate stays in the ring.
@@ -203,15 +159,29 @@ public:
     return wait_for_space(whole_ring_ - (rate_ == file_rate_ ? 0 : 8 * static_cast<int32_t>(rate_ / file_rate_ + 4)));
   }
 
+  // Less than this much is lost at each change of rate.
+  double slack() const { return 0.01 * static_cast<double>(settings_.inputs.size()); }
+
   int64_t pushed = 0, dropped = 0;  // frames
-  double seconds = 0;               // of them
+  double seconds = 0;               // that were kept
 
 private:
   static constexpr std::chrono::microseconds kPoll{100};
 
+  // False once the recording has ended, or audio has left the ring and reached no file: the disk is full, and will be.
   bool wait_for_space(int32_t bytes) const {
-    while (aurec_buffer_available_space(rec_) < bytes && aurec_is_active(rec_)) std::this_thread::sleep_for(kPoll);
+    while (aurec_buffer_available_space(rec_) < bytes) {
+      if (!aurec_is_active(rec_) || example::interrupted() || is_losing()) return false;
+      std::this_thread::sleep_for(kPoll);
+    }
     return aurec_is_active(rec_);
+  }
+
+  // One block of 1024 frames may be on its way.
+  bool is_losing() const {
+    const double waiting = (whole_ring_ - aurec_buffer_available_space(rec_)) / 8.0 / static_cast<double>(rate_);
+    const double allowed = 3 * 1024 / static_cast<double>(std::min(rate_, file_rate_)) + slack();
+    return settings_.silence_mode == 0 && seconds - waiting - aurec_total_time(rec_) > allowed;
   }
 
   aurec *const rec_;
@@ -222,9 +192,8 @@ private:
   double total_seconds_ = 0;
 };
 
-int record(const Settings &settings) {
+int run(const Settings &settings) {
   Host host(settings);
-  fs::create_directories(settings.folder);
   const auto recorder = make_recorder(host, settings);
   Source source(recorder.get(), settings, host.console);
   for (const std::string &input : settings.inputs) {
@@ -236,14 +205,14 @@ int record(const Settings &settings) {
   }
   source.wait_until_empty();  // the limits hold until the end is asked for
   aurec_stop(recorder.get());
-  return host.report(source.pushed, source.dropped, source.seconds);
+  return host.report(source.pushed, source.dropped, source.seconds - source.slack());
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
   return example::guarded("auspool-record", [&] {
-    const Settings settings = settings_from(argc, argv);
-    return settings.help ? std::puts(kHelp) < 0 : record(settings);
+    const Settings settings = record::settings_from(argc, argv);
+    return settings.help ? std::puts(record::kHelp) < 0 : run(settings);
   });
 }

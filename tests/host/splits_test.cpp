@@ -69,26 +69,6 @@ TEST(Splits, WithBlocksOfEverySizeLoseNoFrame) {
   }
 }
 
-// Bursts of sound a whole number of blocks long, digital silence between them. What is silent may go; all sound stays.
-TEST(Splits, BySilenceKeepEveryFrameOfSound) {
-  const TempDir dir;
-  Samples source, sound;
-  for (unsigned burst = 0; burst < 6; ++burst) {
-    const Samples one = noise(2 * 512 * (20 + burst), burst + 1);
-    source.insert(source.end(), 2 * 512 * 40, 0.0f);
-    for (auto *to : {&source, &sound}) to->insert(to->end(), one.begin(), one.end());
-  }
-  write_source(dir.file("in.wav"), 16000, 2, source);
-  const Recording recording =
-      record(dir.file("in.wav") + " --silence split --silence-seconds 0.5 --out " + dir.file("out"));
-  ASSERT_EQ(recording.status, 0) << recording.errors;
-  EXPECT_EQ(recording.files.size(), 6u);
-  auto kept = recording.joined();
-  auto expected = stored(sound, 16);
-  for (auto *samples : {&kept, &expected}) std::erase(*samples, 0);
-  EXPECT_TRUE(kept == expected);
-}
-
 // ---- In this process, where blocks and requests come as a test wants them ----
 
 struct Host {

@@ -1,0 +1,31 @@
+// The command line of auspool-record.
+#pragma once
+
+#include <auspool/aurec.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "common/command_line.h"
+
+namespace record {
+
+extern const char *const kHelp;
+
+struct Settings {
+  std::vector<std::string> inputs;
+  std::filesystem::path folder = ".";
+  AuRecOutputType type = AuRecOutputTypeAIFF;
+  AuRecOptionsPCM pcm{};
+  example::Limit limit;
+  int32_t silence_mode = 0;
+  float silence_db = -50, silence_seconds = 2;
+  int block = 512;
+  bool realtime = false, json = false, help = false;
+};
+
+// Throws example::UsageError.
+Settings settings_from(int argc, char **argv);
+
+}  // namespace record

@@ -1,0 +1,111 @@
+// A recording that is killed leaves a file that opens, with a header that is at most ten seconds old.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <fstream>
+#include <random>
+#include <thread>
+
+#include "base/byte_order.h"
+#include "host/recordings.h"
+#include "support/programs.h"
+#include "support/temp_dir.h"
+
+extern char **environ;
+
+namespace auspool::testing {
+namespace {
+
+constexpr int kRate = 8000;
+constexpr std::int64_t kStdioBuffer = 4096, kBlock = 1024;
+
+// auspool-record, recording for longer than the test lasts.
+class Recorder {
+public:
+  Recorder(const std::string &input, const std::string &out, const std::string &type, const std::string &bits) {
+    std::vector<std::string> words = {AUSPOOL_RECORD, "--json", "--out", out, "--type", type, "--bits", bits};
+    words.insert(words.end(), 200, input);
+    std::vector<char *> arguments;
+    for (std::string &word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    for (const int fd : {STDOUT_FILENO, STDERR_FILENO})
+      posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", O_WRONLY, 0);
+    if (posix_spawn(&process_, AUSPOOL_RECORD, &actions, nullptr, arguments.data(), environ) != 0) process_ = -1;
+    posix_spawn_file_actions_destroy(&actions);
+  }
+
+  bool running() const { return process_ > 0 && waitpid(process_, nullptr, WNOHANG) == 0; }
+
+  void kill() {
+    ::kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
+  }
+
+private:
+  pid_t process_ = -1;
+};
+
+// The count of frames in the header as it stands on the disk.
+std::int64_t frames_in_header(const std::string &path, bool wave, std::int64_t frame_bytes) {
+  char header[54] = {};
+  std::ifstream(path, std::ios::binary).read(header, sizeof header);
+  const auto *bytes = reinterpret_cast<const std::uint8_t *>(header);
+  return wave ? load_le<std::uint32_t>(bytes + 40) / frame_bytes : load_be<std::uint32_t>(bytes + 22);
+}
+
+class KilledRecording : public ::testing::TestWithParam<const char *> {};
+
+// Starts a recording, kills it at a moment of chance after the first refresh, and returns the file.
+std::string kill_one(const std::string &folder, const std::string &input, bool wave, bool wide, unsigned seed) {
+  const std::string path = folder + (wave ? "/recording-001.wav" : "/recording-001.aiff");
+  Recorder recorder(input, folder, wave ? "wave" : "aiff", wide ? "24" : "16");
+  while (recorder.running() && frames_in_header(path, wave, wide ? 6 : 4) == 0)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  std::mt19937 random(seed);
+  std::this_thread::sleep_for(std::chrono::microseconds(random() % 20000));
+  EXPECT_TRUE(recorder.running());
+  recorder.kill();
+  return path;
+}
+
+TEST_P(KilledRecording, OpensWithAHeaderOfTheLastTenSeconds) {
+  const bool wave = GetParam() == std::string("wave");
+  const TempDir dir;
+  const Samples source = noise(2 * kRate * 60, 1);
+  write_source(dir.file("in.wav"), kRate, 2, source);
+  const std::vector<std::int32_t> expected[2] = {stored(source, 16), stored(source, 24)};
+  for (unsigned seed = 0; seed < 25 && !HasFailure(); ++seed) {
+    SCOPED_TRACE(seed);
+    const bool wide = seed % 2 != 0;
+    const std::int64_t frame_bytes = wide ? 6 : 4;
+    const std::string folder = dir.file(std::to_string(seed));
+    const std::string path = kill_one(folder, dir.file("in.wav"), wave, wide, seed);
+
+    const std::int64_t claimed = frames_in_header(path, wave, frame_bytes);
+    const auto on_disk = (static_cast<std::int64_t>(std::filesystem::file_size(path)) - (wave ? 44 : 54)) / frame_bytes;
+    EXPECT_GE(claimed, on_disk - 10 * kRate - kBlock);
+    EXPECT_LE(claimed, on_disk + kStdioBuffer / frame_bytes + 1);
+
+    const Audio audio = read_by_libsndfile(path);
+    EXPECT_EQ(audio.rate, kRate);
+    EXPECT_GE(static_cast<std::int64_t>(audio.frames()), std::min(claimed, on_disk));
+    const auto common = static_cast<std::ptrdiff_t>(std::min(audio.samples.size(), source.size()));
+    EXPECT_TRUE(std::equal(audio.samples.begin(), audio.samples.begin() + common, expected[wide].begin()));
+    if (have_program("ffprobe")) {
+      const auto probe = run("ffprobe -v error -of csv=p=0 -show_entries stream=sample_rate,channels " + quoted(path));
+      EXPECT_EQ(probe.output, "8000,2\n") << probe.errors;
+    }
+    std::filesystem::remove_all(folder);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEachKind, KilledRecording, ::testing::Values("aiff", "wave"));
+
+}  // namespace
+}  // namespace auspool::testing
