@@ -105,7 +105,8 @@ TEST_P(KilledRecording, OpensWithAHeaderOfTheLastTenSeconds) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachKind, KilledRecording, ::testing::Values("aiff", "wave"));
+INSTANTIATE_TEST_SUITE_P(OfEachKind, KilledRecording, ::testing::Values("aiff", "wave"),
+                         [](const auto &one) { return std::string(one.param); });
 
 }  // namespace
 }  // namespace auspool::testing

@@ -42,10 +42,15 @@ Samples hard_source() {
 }
 
 struct Case {
+  const char *name;
   const char *arguments;
   int bits;
   Samples (*expected)(const Samples &stereo);
 };
+
+void PrintTo(const Case &one, std::ostream *out) {
+  *out << one.name;
+}
 
 template <typename Reduce>
 Samples reduced(const Samples &stereo, Reduce reduce) {
@@ -86,13 +91,16 @@ TEST_P(EverySample, FollowsTheRule) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, EverySample,
-                         ::testing::Values(Case{"", 16, both}, Case{"--type aiff --bits 24", 24, both},
-                                           Case{"--type wave --bits 16", 16, both},
-                                           Case{"--type wave --bits 24", 24, both}, Case{"--mono mix", 16, mix},
-                                           Case{"--type wave --mono left", 16, left},
-                                           Case{"--type wave --bits 24 --mono right", 24, right},
-                                           Case{"--bits 24 --mono mix", 24, mix}));
+const Case kCases[] = {{"Aiff16", "", 16, both},
+                       {"Aiff24", "--type aiff --bits 24", 24, both},
+                       {"Wave16", "--type wave --bits 16", 16, both},
+                       {"Wave24", "--type wave --bits 24", 24, both},
+                       {"Aiff16Mix", "--mono mix", 16, mix},
+                       {"Wave16Left", "--type wave --mono left", 16, left},
+                       {"Wave24Right", "--type wave --bits 24 --mono right", 24, right},
+                       {"Aiff24Mix", "--bits 24 --mono mix", 24, mix}};
+INSTANTIATE_TEST_SUITE_P(Of, EverySample, ::testing::ValuesIn(kCases),
+                         [](const auto &one) { return std::string(one.param.name); });
 
 // The header, read apart from the audio, says what the file is.
 TEST(RecordedFile, IsWhatFfprobeSays) {
