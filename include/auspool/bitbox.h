@@ -65,12 +65,17 @@ AUSPOOL_API int32_t bitbox_convert(void *const *source, uint32_t source_format, 
                                    void *const *target, uint32_t target_format, int32_t target_stride, int32_t channels,
                                    int32_t frames, bitbox_dither *dither);
 
-/* Types of dither: four-character codes. */
-#define BITBOX_DITHER_RPDF 0x72706466u   /* "rpdf": rectangular noise of 0 to 1 LSB */
-#define BITBOX_DITHER_TPDF 0x74706466u   /* "tpdf": triangular noise of -1 to 1 LSB */
-#define BITBOX_DITHER_SIMPLE 0x73696D70u /* "simp": shaped by 2 taps */
-#define BITBOX_DITHER_POLES 0x66665F66u  /* "ff_f": shaped by a pair of zeros and a pair of poles */
-#define BITBOX_DITHER_CUSTOM 0x6373746Du /* "cstm": shaped by the host's taps */
+/* Types of dither: four-character codes. The first two add noise. The others round the signal to the word length,
+ * triangular noise of one LSB added, and shape the noise of it all; they need a rate of at least 44100. */
+#define BITBOX_DITHER_RPDF 0x72706466u       /* "rpdf": rectangular noise of 0 to 1 LSB, so with a mean of half a one */
+#define BITBOX_DITHER_TPDF 0x74706466u       /* "tpdf": triangular noise of -1 to 1 LSB */
+#define BITBOX_DITHER_SIMPLE 0x73696D70u     /* "simp": 2 taps, noise from the lower band to the upper */
+#define BITBOX_DITHER_POLES 0x66665F66u      /* "ff_f": a pair of zeros and a pair of poles, noise near half the rate */
+#define BITBOX_DITHER_F_WEIGHTED 0x66776774u /* "fwgt": 24 to 40 taps that follow the ear */
+#define BITBOX_DITHER_FLAT_LOW 0x66662D34u   /* "ff-4": a flat floor 4.5 dB down, up to 0.63 of half the rate */
+#define BITBOX_DITHER_FLAT_MED 0x66662D36u   /* "ff-6": 6.1 dB down */
+#define BITBOX_DITHER_FLAT_HIGH 0x66662D38u  /* "ff-8": 8.1 dB down */
+#define BITBOX_DITHER_CUSTOM 0x6373746Du     /* "cstm": the host's taps, at any rate */
 
 /* The host's own shaping filter. The noise is shaped by 1 - taps[0] z^-1 - taps[1] z^-2 - ... */
 typedef struct bitbox_custom_filter {
@@ -80,8 +85,9 @@ typedef struct bitbox_custom_filter {
 } bitbox_custom_filter;
 
 /* Makes a dither for samples of `bits` bits. `filter` matters for BITBOX_DITHER_CUSTOM alone and may be null otherwise.
- * All dithers begin with the same noise. Null for an unknown type, a rate below 44100 with a shaped type other than the
- * custom one, a custom filter that is null or breaks the rules above, negative `channels`, or no memory. */
+ * All dithers begin with the same noise. Null for an unknown type, a shaped type other than the custom one at a rate
+ * below 44100 (BITBOX_DITHER_TPDF serves there), a custom filter that is null or breaks the rules above, negative
+ * `channels`, or no memory. */
 AUSPOOL_API bitbox_dither *bitbox_dither_create(int32_t bits, int32_t channels, uint32_t type,
                                                 const bitbox_custom_filter *filter, float sample_rate);
 

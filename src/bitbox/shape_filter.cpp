@@ -4,6 +4,8 @@
 #include <cmath>
 #include <span>
 
+#include "bitbox/fweighted_shape.h"
+#include "bitbox/shape_tables.h"
 #include "bitbox/simple_shape.h"
 
 namespace auspool {
@@ -40,26 +42,40 @@ ShapeFilter filter_with_poles(float sample_rate) {
   return filter;
 }
 
+ShapeFilter fweighted_filter(float sample_rate) {
+  ShapeFilter filter;
+  filter.order = create_fweighted_shape_filter(static_cast<double>(sample_rate), filter.zeros);
+  return filter;
+}
+
+// The types that need room above the audible band.
+std::optional<ShapeFilter> filter_for_rate(std::uint32_t type, float sample_rate) {
+  switch (type) {
+  case BITBOX_DITHER_SIMPLE:
+    return from_taps(simple_shape(static_cast<double>(sample_rate)));
+  case BITBOX_DITHER_POLES:
+    return filter_with_poles(sample_rate);
+  case BITBOX_DITHER_F_WEIGHTED:
+    return fweighted_filter(sample_rate);
+  case BITBOX_DITHER_FLAT_LOW:
+    return from_taps(flat_floor_low_coeffs);
+  case BITBOX_DITHER_FLAT_MED:
+    return from_taps(flat_floor_med_coeffs);
+  case BITBOX_DITHER_FLAT_HIGH:
+    return from_taps(flat_floor_high_coeffs);
+  default:
+    return std::nullopt;
+  }
+}
+
 }  // namespace
 
 std::optional<ShapeFilter> make_shape_filter(std::uint32_t type, const bitbox_custom_filter *custom,
                                              float sample_rate) {
-  const bool has_room = sample_rate >= kLowestRate;  // not so for NaN
-  switch (type) {
-  case BITBOX_DITHER_RPDF:
-  case BITBOX_DITHER_TPDF:
-    return ShapeFilter{};
-  case BITBOX_DITHER_SIMPLE:
-    if (!has_room) return std::nullopt;
-    return from_taps(simple_shape(static_cast<double>(sample_rate)));
-  case BITBOX_DITHER_POLES:
-    if (!has_room) return std::nullopt;
-    return filter_with_poles(sample_rate);
-  case BITBOX_DITHER_CUSTOM:
-    return custom_filter(custom);
-  default:
-    return std::nullopt;
-  }
+  if (type == BITBOX_DITHER_RPDF || type == BITBOX_DITHER_TPDF) return ShapeFilter{};
+  if (type == BITBOX_DITHER_CUSTOM) return custom_filter(custom);
+  if (!(sample_rate >= kLowestRate)) return std::nullopt;  // NaN is none
+  return filter_for_rate(type, sample_rate);
 }
 
 }  // namespace auspool

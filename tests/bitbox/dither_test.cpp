@@ -42,8 +42,8 @@ std::vector<Real> dithered(const Dither &dither, std::vector<Real> samples, std:
   return samples;
 }
 
-const std::vector<std::uint32_t> kTypes = {BITBOX_DITHER_RPDF, BITBOX_DITHER_TPDF, BITBOX_DITHER_SIMPLE,
-                                           BITBOX_DITHER_POLES};
+const std::vector<std::uint32_t> kTypes = {BITBOX_DITHER_RPDF,  BITBOX_DITHER_TPDF,       BITBOX_DITHER_SIMPLE,
+                                           BITBOX_DITHER_POLES, BITBOX_DITHER_F_WEIGHTED, BITBOX_DITHER_FLAT_HIGH};
 
 TEST(DitherObject, TellsTheCodesOfItsWordLength) {
   const Dither d16 = make(16, BITBOX_DITHER_SIMPLE, 3);
@@ -94,9 +94,10 @@ TEST(DitherObject, ShapesNoRateBelow44100) {
 TEST(DitherObject, LeavesNothingBehindWhenMemoryFails) {
   const float taps[] = {1, -0.5f, 0.25f};
   const bitbox_custom_filter filter = {0, 3, taps};
-  for (const std::uint32_t type : {BITBOX_DITHER_TPDF, BITBOX_DITHER_POLES, BITBOX_DITHER_CUSTOM}) {
+  for (const std::uint32_t type :
+       {BITBOX_DITHER_TPDF, BITBOX_DITHER_POLES, BITBOX_DITHER_CUSTOM, BITBOX_DITHER_F_WEIGHTED}) {
     const int failed = testing::fail_each_allocation([&] {
-      bitbox_dither *dither = bitbox_dither_create(16, 2, type, &filter, 44100);
+      bitbox_dither *dither = bitbox_dither_create(16, 2, type, &filter, 50000);
       bitbox_dither_destroy(dither);
       return dither != nullptr;
     });

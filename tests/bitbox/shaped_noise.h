@@ -1,0 +1,52 @@
+// What a dither makes of a signal, as a spectrum, beside what its filter says.
+#pragma once
+
+#include <cmath>
+#include <complex>
+#include <numbers>
+#include <vector>
+
+#include "bitbox/dither.h"
+#include "platform/fft.h"
+
+namespace auspool::testing {
+
+constexpr int kLog2Segment = 12;
+constexpr std::size_t kSegment = std::size_t{1} << kLog2Segment;
+
+// The power spectrum of noise by Welch's method, scaled so that white noise of variance v has v in each bin. Bins from
+// 0 to kSegment / 2, the last left out.
+inline std::vector<double> power_spectrum(const std::vector<double> &samples) {
+  const RealFft<double> fft(kLog2Segment);
+  std::vector<double> windowed(kSegment), spectrum(kSegment), work(kSegment), power(kSegment / 2);
+  double window_power = 0;
+  std::size_t segments = 0;
+  for (std::size_t at = 0; at + kSegment <= samples.size(); at += kSegment / 2, ++segments) {
+    window_power = 0;
+    for (std::size_t i = 0; i < kSegment; ++i) {
+      const double window = 0.5 - 0.5 * std::cos(2 * std::numbers::pi * static_cast<double>(i) / kSegment);
+      window_power += window * window;
+      windowed[i] = samples[at + i] * window;
+    }
+    fft.forward(windowed.data(), spectrum.data(), work.data());
+    for (std::size_t i = 1; i < kSegment / 2; ++i) {
+      power[i] += (spectrum[i] * spectrum[i] + spectrum[i + kSegment / 2] * spectrum[i + kSegment / 2]) / 4;
+    }
+  }
+  for (double &value : power) value /= window_power * static_cast<double>(segments);
+  return power;
+}
+
+// The power that the filter of a dither gives to white noise of power 1 at an angle up to pi.
+inline double designed_power(const bitbox_dither &dither, double angle) {
+  std::complex<double> zeros = 1, poles = 1;
+  for (int k = 0; k < dither.order; ++k) {
+    const auto turn = std::polar(1.0, -angle * (k + 1));
+    const double b = dither.poles ? static_cast<double>(dither.poles[static_cast<std::size_t>(k)]) : 0;
+    poles += b * turn;
+    zeros += (b - static_cast<double>(dither.zeros[static_cast<std::size_t>(k)])) * turn;
+  }
+  return std::norm(zeros / poles);
+}
+
+}  // namespace auspool::testing
