@@ -14,7 +14,7 @@ constexpr std::int32_t gcd(std::int32_t a, std::int32_t b) {
 
 // The floor of the base-2 logarithm; 0 below 2.
 constexpr std::int32_t ilog2N(std::int32_t value) {
-  return value < 2 ? 0 : std::bit_width(static_cast<std::uint32_t>(value)) - 1;
+  return value < 2 ? 0 : static_cast<std::int32_t>(std::bit_width(static_cast<std::uint32_t>(value))) - 1;
 }
 
 // Whether `value` is 2, 4, 8 ...: 1 does not count.
