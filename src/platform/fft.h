@@ -10,12 +10,23 @@
 // them with `multiply` or `multiply_add` and go back. Its scalings are the same, and it is faster.
 //
 // A transform is made once, for any number of threads and users: its tables are shared by all transforms of one size
-// and sample type. Making one may allocate and lock; nothing else here does, so all else is for the audio thread.
+// and sample type. Making one allocates and locks, for microseconds; nothing else here does, so all else is for the
+// audio thread.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 
 namespace auspool {
+
+namespace fft {
+template <typename T>
+struct Tables;
+template <typename T>
+struct Kernels;
+template <typename T>
+class Short;
+}  // namespace fft
 
 template <typename T>
 class RealFft {
@@ -32,7 +43,8 @@ public:
   std::size_t size() const { return size_; }
 
   // Samples and spectra are F values each. `work` is F values that each running call has for itself; its contents do
-  // not matter. No array may overlap another.
+  // not matter. No array may overlap another. Any alignment will do; arrays that begin at a multiple of 64 bytes are
+  // fastest.
   void forward(const T *samples, T *spectrum, T *work) const;
   void inverse(const T *spectrum, T *samples, T *work) const;
 
@@ -43,10 +55,10 @@ public:
   void multiply_add(const T *a, const T *b, T *out) const;
 
 private:
-  struct Tables;
-
   std::size_t size_;
-  const Tables *tables_;
+  const fft::Kernels<T> *kernels_ = nullptr;
+  const fft::Tables<T> *tables_ = nullptr;  // null for the sizes of Short
+  std::unique_ptr<const fft::Short<T>> short_;
 };
 
 extern template class RealFft<float>;

@@ -1,60 +1,201 @@
 #include "platform/fft.h"
 
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <numbers>
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
-#include "support/signals.h"
+#include "platform/fft_oracle.h"
+#include "platform/vector_targets.h"
+#include "support/watch.h"
 
 namespace auspool {
 namespace {
 
-// Bin `k` of the mathematical spectrum, real part first.
-std::pair<double, double> bin(const std::vector<double> &samples, std::size_t k) {
+using testing::FftBuffers;
+using testing::noise_of;
+
+template <class Test>
+void on_every_target(const Test &test) {
+  for (const vector::Target &target : vector::targets()) {
+    const vector::OnlyTarget only(target);
+    SCOPED_TRACE(target.name);
+    test();
+  }
+}
+
+template <typename T>
+class RealFftOf : public ::testing::Test {};
+using Types = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(RealFftOf, Types);
+
+// Bin `k` of the mathematical spectrum, real part first, straight from its definition.
+template <typename T>
+std::pair<double, double> bin(const std::vector<T> &samples, std::size_t k) {
   double real = 0;
   double imaginary = 0;
   for (std::size_t i = 0; i < samples.size(); ++i) {
-    const double angle = 2 * std::numbers::pi * static_cast<double>(i * k % samples.size()) / double(samples.size());
-    real += samples[i] * std::cos(angle);
-    imaginary -= samples[i] * std::sin(angle);
+    const auto turns = static_cast<double>(i * k % samples.size()) / static_cast<double>(samples.size());
+    real += static_cast<double>(samples[i]) * std::cos(2 * std::numbers::pi * turns);
+    imaginary -= static_cast<double>(samples[i]) * std::sin(2 * std::numbers::pi * turns);
   }
   return {real, imaginary};
 }
 
-TEST(RealFft, ForwardGivesTwiceTheSpectrumPacked) {
-  for (int log2 = 1; log2 <= 10; ++log2) {
-    const RealFft<double> fft(log2);
-    const auto noise = testing::noise(fft.size(), 1);
-    const std::vector<double> samples(noise.begin(), noise.end());
-    std::vector<double> spectrum(fft.size());
-    std::vector<double> work(fft.size());
-    fft.forward(samples.data(), spectrum.data(), work.data());
-    const std::size_t half = fft.size() / 2;
-    EXPECT_NEAR(spectrum[0], 2 * bin(samples, 0).first, 1e-10);
-    EXPECT_NEAR(spectrum[half], 2 * bin(samples, half).first, 1e-10);
-    for (std::size_t k = 1; k < half; ++k) {
-      EXPECT_NEAR(spectrum[k], 2 * bin(samples, k).first, 1e-10) << fft.size() << " points, bin " << k;
-      EXPECT_NEAR(spectrum[half + k], 2 * bin(samples, k).second, 1e-10) << fft.size() << " points, bin " << k;
+TYPED_TEST(RealFftOf, ForwardGivesTwiceTheSpectrumPacked) {
+  on_every_target([] {
+    const double tolerance = 400 * double{std::numeric_limits<TypeParam>::epsilon()};
+    for (int log2_size = 1; log2_size <= 9; ++log2_size) {
+      const RealFft<TypeParam> fft(log2_size);
+      const auto samples = noise_of<TypeParam>(fft.size(), 1);
+      FftBuffers<TypeParam> b(fft.size());
+      fft.forward(samples.data(), b.spectrum.data(), b.work.data());
+      const std::size_t half = fft.size() / 2;
+      EXPECT_NEAR(b.spectrum[0], 2 * bin(samples, 0).first, tolerance);
+      EXPECT_NEAR(b.spectrum[half], 2 * bin(samples, half).first, tolerance);
+      for (std::size_t k = 1; k < half; ++k) {
+        EXPECT_NEAR(b.spectrum[k], 2 * bin(samples, k).first, tolerance) << fft.size() << " points, bin " << k;
+        EXPECT_NEAR(b.spectrum[half + k], 2 * bin(samples, k).second, tolerance) << fft.size() << " points, bin " << k;
+      }
     }
+  });
+}
+
+TYPED_TEST(RealFftOf, AgreesWithTheOracleAtEverySize) {
+  on_every_target([] {
+    for (int log2_size = 1; log2_size <= 13; ++log2_size) testing::expect_like_oracle<TypeParam>(log2_size);
+  });
+  for (int log2_size = 14; log2_size <= 17; ++log2_size) testing::expect_like_oracle<TypeParam>(log2_size);
+}
+
+TYPED_TEST(RealFftOf, UnorderedSpectraConvolve) {
+  on_every_target([] {
+    for (int log2_size = 1; log2_size <= 13; ++log2_size) testing::expect_convolves_like_oracle<TypeParam>(log2_size);
+  });
+}
+
+TYPED_TEST(RealFftOf, ProductsAddUp) {
+  for (const int log2_size : {3, 5, 6, 7, 9}) {
+    const RealFft<TypeParam> fft(log2_size);
+    const auto a = noise_of<TypeParam>(fft.size(), 1);
+    const auto b = noise_of<TypeParam>(fft.size(), 2);
+    std::vector<TypeParam> once(fft.size());
+    fft.multiply(a.data(), b.data(), once.data());
+    std::vector<TypeParam> twice(fft.size());
+    fft.multiply_add(a.data(), b.data(), twice.data());
+    fft.multiply_add(a.data(), b.data(), twice.data());
+    for (std::size_t i = 0; i < fft.size(); ++i) EXPECT_NEAR(twice[i], 2 * once[i], 1e-6) << fft.size() << ' ' << i;
   }
 }
 
-TEST(RealFft, InverseOfForwardIsTwiceTheSizeTimesTheSequence) {
-  for (int log2 = 1; log2 <= 14; ++log2) {
-    const RealFft<double> fft(log2);
-    const auto noise = testing::noise(fft.size(), 2);
-    const std::vector<double> samples(noise.begin(), noise.end());
-    std::vector<double> spectrum(fft.size());
-    std::vector<double> back(fft.size());
-    std::vector<double> work(fft.size());
-    fft.forward(samples.data(), spectrum.data(), work.data());
-    fft.inverse(spectrum.data(), back.data(), work.data());
-    for (std::size_t i = 0; i < fft.size(); ++i) {
-      EXPECT_NEAR(back[i] / (2 * double(fft.size())), samples[i], 1e-13) << fft.size() << " points, sample " << i;
+TYPED_TEST(RealFftOf, ArraysNeedNoAlignment) {
+  on_every_target([] {
+    for (const int log2_size : {4, 6, 8, 11}) {
+      const RealFft<TypeParam> fft(log2_size);
+      const std::size_t size = fft.size();
+      const auto samples = noise_of<TypeParam>(size + 1, 1);
+      std::vector<TypeParam> spectrum(size + 1, 7);
+      std::vector<TypeParam> back(size + 3, 7);
+      std::vector<TypeParam> work(size + 1);
+      const auto expect_back = [&] {
+        const TypeParam scale = 2 * static_cast<TypeParam>(size);
+        for (std::size_t i = 0; i < size; ++i) EXPECT_NEAR(back[i + 3] / scale, samples[i + 1], 1e-6) << i;
+        EXPECT_EQ(spectrum[0], 7);
+        EXPECT_EQ(back[2], 7);
+      };
+      fft.forward(&samples[1], &spectrum[1], &work[1]);
+      fft.inverse(&spectrum[1], &back[3], &work[1]);
+      expect_back();
+      fft.forward_unordered(&samples[1], &spectrum[1], &work[1]);
+      fft.inverse_unordered(&spectrum[1], &back[3], &work[1]);
+      expect_back();
     }
+  });
+}
+
+TYPED_TEST(RealFftOf, TheTwoRealBinsStandInElementZero) {
+  for (const int log2_size : {1, 4, 5, 10}) {
+    const RealFft<TypeParam> fft(log2_size);
+    std::vector<TypeParam> samples(fft.size(), 1);
+    FftBuffers<TypeParam> b(fft.size());
+    fft.forward(samples.data(), b.spectrum.data(), b.work.data());
+    const auto expect_only = [&](std::size_t where) {
+      for (std::size_t k = 0; k < fft.size(); ++k) {
+        const std::size_t expected = k == where ? 2 * fft.size() : 0;
+        EXPECT_NEAR(b.spectrum[k], static_cast<TypeParam>(expected), 1e-5) << k << " of " << fft.size();
+      }
+    };
+    expect_only(0);
+
+    for (std::size_t i = 1; i < fft.size(); i += 2) samples[i] = -1;
+    fft.forward(samples.data(), b.spectrum.data(), b.work.data());
+    expect_only(fft.size() / 2);
   }
+}
+
+TEST(RealFft, RefusesSizesThatItDoesNotHave) {
+  EXPECT_THROW(RealFft<double>(0), std::invalid_argument);
+  EXPECT_THROW(RealFft<double>(-1), std::invalid_argument);
+  EXPECT_THROW(RealFft<float>(RealFft<float>::kMaxLog2 + 1), std::invalid_argument);
+}
+
+TEST(RealFft, TransformsOfOneSizeShareTheirTables) {
+  const long before = testing::allocation_count();
+  const RealFft<double> first(12);
+  const long for_the_first = testing::allocation_count() - before;
+  const RealFft<double> second(12);
+  EXPECT_GT(for_the_first, 0);
+  EXPECT_EQ(testing::allocation_count() - before, for_the_first);
+}
+
+TEST(RealFft, LeavesNothingBehind) {
+  const long before = testing::live_allocations();
+  {
+    const RealFft<double> fft(10);
+    const RealFft<float> same_size(10);
+    const RealFft<double> small(3);
+  }
+  EXPECT_EQ(testing::live_allocations(), before);
+}
+
+TEST(RealFft, AFailedAllocationLeavesNothingBehind) {
+  for (const int log2_size : {3, 8}) {
+    const long before = testing::live_allocations();
+    const int failed = testing::fail_each_allocation([&] {
+      try {
+        const RealFft<float> fft(log2_size);
+        return true;
+      } catch (const std::bad_alloc &) {
+        return false;
+      }
+    });
+    EXPECT_GT(failed, 0);
+    EXPECT_EQ(testing::live_allocations(), before);
+  }
+}
+
+TEST(RealFft, RunsOnTheAudioThread) {
+  const RealFft<double> fft(11);
+  const RealFft<float> small(4);
+  FftBuffers<double> b(fft.size());
+  FftBuffers<float> s(small.size());
+  const auto run_all = [&] {
+    fft.forward(b.back.data(), b.spectrum.data(), b.work.data());
+    fft.inverse(b.spectrum.data(), b.back.data(), b.work.data());
+    fft.forward_unordered(b.back.data(), b.spectrum.data(), b.work.data());
+    fft.multiply(b.spectrum.data(), b.spectrum.data(), b.spectrum.data());
+    fft.inverse_unordered(b.spectrum.data(), b.back.data(), b.work.data());
+    small.forward(s.back.data(), s.spectrum.data(), s.work.data());
+    small.inverse(s.spectrum.data(), s.back.data(), s.work.data());
+  };
+  {
+    const testing::RealtimeGuard guard;
+    run_all();
+  }
+  if (!testing::run_without_system_calls(run_all)) GTEST_SKIP() << "the kernel does not refuse system calls here";
 }
 
 }  // namespace
