@@ -75,15 +75,15 @@ void interpolate(const ausampler &sampler, const SamplerPosition &position, cons
     interpolate_edges(position, steady, sampler.channel_state[c].history, source.channel(c), counts.in,
                       destination.channel(c), counts.out);
   }
-  SamplerPlaces places;
+  FourPointPlaces places;
   for (std::uint32_t k = steady.begin; k < steady.end; k += places.count) {
     find_places(position, k, steady.end, places);
     for (std::uint32_t c = 0; c < sampler.channels; ++c) {
       const Strided<float> to = destination.channel(c).from(k);
       if (Source::kSideBySide && c + 1 < sampler.channels) {
-        interpolate_pair(places, source.channel(c++), to);
+        interpolate_pair(places, source.channel(c++), to, Lagrange());
       } else {
-        interpolate_channel(places, source.channel(c), to);
+        interpolate_channel(places, source.channel(c), to, Lagrange());
       }
     }
   }

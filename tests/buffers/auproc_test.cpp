@@ -153,7 +153,7 @@ TEST(MixGain2, TestsItsShortcutsInOrder) {
       {"both unity", 0.996f, 1.004f, [](float s, float t) { return t + s; }},
       {"unity source", 0.996f, 0.5f, [](float s, float t) { return t * 0.5f + s; }},
       {"unity target", 0.5f, 0.996f, [](float s, float t) { return t + s * 0.5f; }},
-      {"silent source under a unity target", 0.004f, 1.0f, [](float s, float t) { return t + s * 0.004f; }},
+      {"silent source under a unity target", 0.004f, 0.996f, [](float s, float t) { return t + s * 0.004f; }},
       {"negative source subtracts", -1.0f, 1.0f, [](float s, float t) { return t - s; }},
       {"neither", 0.5f, 0.25f, [](float s, float t) { return s * 0.5f + t * 0.25f; }},
       {"silent source, other target", 0.004f, 0.5f, [](float s, float t) { return s * 0.004f + t * 0.5f; }},

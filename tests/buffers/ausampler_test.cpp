@@ -57,6 +57,8 @@ TEST_F(Sampler, NoFramesChangeNothing) {
     EXPECT_EQ(given(0, rate, 48000), 0u);
     EXPECT_EQ(ausampler_read_interleaved(sampler.get(), nullptr, nullptr, 0, rate, 48000), 0u);
     EXPECT_EQ(ausampler_write_interleaved(sampler.get(), nullptr, nullptr, 0, rate, 48000), 0u);
+    EXPECT_EQ(ausampler_read_noninterleaved(sampler.get(), nullptr, nullptr, 0, rate, 48000), 0u);
+    EXPECT_EQ(ausampler_write_iovec(sampler.get(), nullptr, nullptr, 0, rate, 48000), 0u);
   }
   EXPECT_EQ(sampler->fraction, fraction);
   EXPECT_TRUE(std::equal(state.history, state.history + 4, sampler->channel_state->history));
