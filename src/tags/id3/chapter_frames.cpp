@@ -46,10 +46,8 @@ Link link_of(View frame) {
   return link;
 }
 
-constexpr std::size_t kLeastPictureFrameBytes = 20;
-
 View image_of(View frame, int major) {
-  const auto picture = frame.size() < kLeastPictureFrameBytes ? std::nullopt : parse_picture(frame, major);
+  const auto picture = parse_picture(frame, major);
   return picture ? picture->image : View();
 }
 

@@ -25,8 +25,7 @@ constexpr Field kArtist = {33, 30};
 constexpr Field kAlbum = {63, 30};
 constexpr Field kYear = {93, 4};
 constexpr Field kComment = {97, 30};
-constexpr Field kCommentBeforeTrack = {97, 28};  // ID3v1.1
-constexpr std::size_t kTrackMarkOffset = 125;    // 0 in ID3v1.1
+constexpr std::size_t kTrackMarkOffset = 125;  // 0 in ID3v1.1, which so ends the comment after 28 bytes
 constexpr std::size_t kTrackOffset = 126;
 constexpr std::size_t kGenreOffset = 127;
 
@@ -51,10 +50,9 @@ void add_text(audict &dict, const char *key, View bytes) {
 }
 
 void add_comment_and_track(audict &dict, View tag) {
-  const bool has_track = tag[kTrackMarkOffset] == 0;
-  add_text(dict, "Comment", field(tag, has_track ? kCommentBeforeTrack : kComment));
+  add_text(dict, "Comment", field(tag, kComment));
   const auto track = static_cast<std::int8_t>(tag[kTrackOffset]);
-  if (has_track && track > 0) add(dict, "TrackNum", make_integer(track, AUDICT_INT8));
+  if (tag[kTrackMarkOffset] == 0 && track > 0) add(dict, "TrackNum", make_integer(track, AUDICT_INT8));
 }
 
 void add_year(audict &dict, View bytes) {

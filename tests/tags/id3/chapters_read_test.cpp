@@ -109,7 +109,16 @@ TEST(ChapterRead, NeedsAsManyNamesAsTheTableCounts) {
   expect_parse_error(id3_tag(3, id3_frame(3, "CTOC", "TOC\0\2"s) + chapter), "no count");
   expect_parse_error(id3_tag(3, id3_frame(3, "CTOC", "TOC\0\2\2a\0"s) + chapter), "one of two");
   expect_parse_error(id3_tag(3, id3_frame(3, "CTOC", "TOC\0\2\1a"s) + chapter), "without its NUL");
-  expect_parse_error(id3_tag(3, id3_frame(3, "CTOC", "\0\2\4"s + std::string(6, '\0')) + chapter), "8 of a frame of 9");
+}
+
+TEST(ChapterRead, TakesACountOfUpToHalfTheBytesOfTheTableLess2) {
+  const auto four_without_names = [](std::size_t bytes) {
+    std::string frames = id3_frame(3, "CTOC", "\0\2\4"s + std::string(bytes - 3, '\0'));
+    for (int i = 0; i < 4; ++i) frames += chap_frame(3, "", 0, 1);
+    return id3_tag(3, frames);
+  };
+  expect_parse_error(four_without_names(9), "8 is more than 7");
+  EXPECT_EQ(count(read_chapters(four_without_names(10)), "TOC"), 4u);
 }
 
 TEST(ChapterRead, NeedsAFrameForEveryName) {

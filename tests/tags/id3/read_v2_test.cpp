@@ -245,6 +245,7 @@ TEST(Comment, OfAProgramIsDropped) {
   EXPECT_EQ(comment(described(0, "C\0"s, "DD and text")), "DD and text") << "not across the NUL";
   EXPECT_EQ(comment(described(1, "\xFF\xFEi\0T\0u\0n\0\0\0"s, "\xFF\xFEx\0"s)), "x")
       << "wide encodings are not looked at";
+  EXPECT_EQ(comment(described(2, "iTun\0\0"s, "CDDx")), "\u4344\u4478") << "Chinese characters of these bytes";
   EXPECT_EQ(read_tag(id3_with("USLT", described(0, "iTunes\0"s, "CDD")))["Lyrics"], "CDD") << "nor are lyrics";
 }
 
