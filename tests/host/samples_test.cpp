@@ -20,8 +20,8 @@ Samples hard_source() {
                      -1.0f,
                      0.5f,
                      -0.5f,
-                     0.9999694f,
-                     0.99996942f,
+                     0.99996942f,  // the first above the bound of 16 bits
+                     std::nextafter(0.99996942f, 0.0f),
                      0.99996948f,
                      0.99999988f,
                      std::nextafter(0.99999988f, 0.0f),
