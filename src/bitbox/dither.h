@@ -6,9 +6,15 @@
 #include <memory>
 
 #include "auspool/bitbox.h"
-#include "bitbox/noise.h"
 #include "bitbox/shape_filter.h"
 #include "bitbox/shaper_work.h"
+
+namespace auspool {
+
+inline constexpr std::uint32_t kNoiseSeed = 0xDEADBEEF;
+inline constexpr double kNoiseRange = 2147483647.0;  // of the generator's 31 bits
+
+}  // namespace auspool
 
 struct bitbox_dither {
   bitbox_dither(std::int32_t bits, std::int32_t channel_count, std::uint32_t dither_type, auspool::ShapeFilter filter);

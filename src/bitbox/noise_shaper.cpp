@@ -2,6 +2,7 @@
 
 #include "bitbox/dither.h"
 #include "bitbox/tiles.h"
+#include "platform/noise.h"
 
 namespace auspool {
 namespace {
@@ -15,10 +16,10 @@ void shape(bitbox_dither &dither, ShaperWork<Real> &work, float *state, const vo
   auto feedback =
       work.load(state, scale, static_cast<Real>(dither.highest_code), static_cast<Real>(dither.lowest_code));
   for_each_tile<Real>(source, source_stride, target, target_stride, frames, [&](Real *samples, std::size_t count) {
-    double exact[kTileFrames];
+    std::int32_t steps[kTileFrames];
     Real noise[kTileFrames];
-    fill_triangular(dither.noise, dither.amplitude * dither.scale, exact, count);
-    for (std::size_t i = 0; i < count; ++i) noise[i] = static_cast<Real>(exact[i]);
+    triangular_noise(dither.noise, steps, count);
+    scale_noise(steps, dither.amplitude * dither.scale, noise, count);
     for (std::size_t i = 0; i < count; ++i) samples[i] *= scale;
     quantize(feedback, noise, samples, count);
     for (std::size_t i = 0; i < count; ++i) samples[i] *= step;

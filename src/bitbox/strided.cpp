@@ -36,11 +36,13 @@ void copy_samples(const std::uint8_t *from, std::ptrdiff_t from_stride, std::uin
 }  // namespace
 
 void gather(const Samples &from, std::size_t count, void *to) {
+  if (from.contiguous()) return void(std::memcpy(to, from.first, count * static_cast<std::size_t>(from.sample_bytes)));
   copy_samples(from.first, from.stride_bytes, static_cast<std::uint8_t *>(to), from.sample_bytes, from.sample_bytes,
                count);
 }
 
 void scatter(const void *from, const Samples &to, std::size_t count) {
+  if (to.contiguous()) return void(std::memcpy(to.first, from, count * static_cast<std::size_t>(to.sample_bytes)));
   copy_samples(static_cast<const std::uint8_t *>(from), to.sample_bytes, to.first, to.stride_bytes, to.sample_bytes,
                count);
 }

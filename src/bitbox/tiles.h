@@ -6,10 +6,11 @@
 #include <cstdint>
 
 #include "bitbox/strided.h"
+#include "platform/noise.h"
 
 namespace auspool {
 
-inline constexpr std::size_t kTileFrames = 256;
+inline constexpr std::size_t kTileFrames = kNoiseTile;
 
 // `change(samples, count)` changes contiguous samples of type Real, at most kTileFrames at once. Source and target may
 // be the same samples.

@@ -168,15 +168,6 @@ TEST(Noise, IsAddedInDoubleAndNarrowed) {
   }
 }
 
-TEST(Noise, DoesNotRepeatWithinAMinute) {
-  // The period is 2^32 - 1 steps. What repeats would meet its own beginning.
-  std::uint32_t state = kNoiseSeed;
-  for (int i = 0; i < 2 * 60 * 48000; ++i) {
-    state = next_noise(state);
-    ASSERT_NE(state, kNoiseSeed);
-  }
-}
-
 TEST(Noise, IsOneSequenceForAllChannels) {
   const Dither together = make(16, BITBOX_DITHER_TPDF, 2);
   const Dither one = make(16, BITBOX_DITHER_TPDF, 1);
