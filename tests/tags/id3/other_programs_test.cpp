@@ -273,8 +273,9 @@ Ref random_tag(std::mt19937 &random) {
 
 std::string audio_of(const std::string &file) {
   if (!file.starts_with("ID3")) return file;
-  const auto *size = reinterpret_cast<const std::uint8_t *>(&file[6]);
-  return file.substr(10 + (size[0] << 21 | size[1] << 14 | size[2] << 7 | size[3]));
+  std::size_t size = 0;
+  for (const char digit : file.substr(6, 4)) size = size << 7 | static_cast<std::uint8_t>(digit);
+  return file.substr(10 + size);
 }
 
 TEST(OtherPrograms, AThousandRandomRewritesOfFreshCopiesKeepTheAudio) {
