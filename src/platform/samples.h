@@ -33,6 +33,10 @@ using Convert = void (*)(const void *from, void *to, std::size_t count);
 // lowest of the 32-bit integers: the highest is none of its values, and the product wraps. NaN becomes 0.
 Convert float_to_integer(bool from_double, Integer to, Order to_order);
 
+// 32-bit floats to packed integers of 16 or 24 bits, times half the number of codes and toward zero. Above 0.9999694
+// for 16 bits and 0.99999988 for 24 comes the highest code, below -1.0 the lowest. NaN becomes 0.
+Convert float_to_integer_toward_zero(Integer to, Order to_order);
+
 // Integers to little-endian floats. Unpacked ones are taken with all 32 bits.
 Convert integer_to_float(Integer from, Order from_order, bool to_double);
 

@@ -8,6 +8,9 @@ constexpr double kLongestFile = 86400.0;          // seconds
 constexpr std::int64_t kSizeMargin = 51200;       // bytes for the block in hand and what completes the file
 constexpr std::int64_t kLargestFile = INT32_MAX;  // readers count in signed 32-bit numbers
 
+// How fast a file may grow, well above what any format writes.
+constexpr std::int64_t kMostBytesAFrame = 64, kMostBytesAtOnce = 1 << 20;
+
 }  // namespace
 
 bool Recorder::core_loop(std::FILE *file) {
@@ -44,15 +47,23 @@ bool Recorder::countdown_ended(std::int32_t frames_written) {
   return false;
 }
 
-bool Recorder::limit_passed() const {
+bool Recorder::limit_passed() {
   const double seconds = static_cast<double>(file_frames) / static_cast<double>(rate_out);
   if (seconds + 1.0 > kLongestFile) return true;
   const auto [limit, limit_is_time] = ext_vars->read_limit();
   if (limit != 0 && limit_is_time && seconds > static_cast<double>(limit)) return true;
   // A file without audio is not split by its size: large tags would make one empty file after the other.
   if (file_frames == 0) return false;
-  const std::int64_t padded_size = file_size() + kSizeMargin;
-  return padded_size > kLargestFile || (limit != 0 && !limit_is_time && padded_size > limit);
+  return size_is_beyond((limit != 0 && !limit_is_time ? limit : kLargestFile) - kSizeMargin);
+}
+
+// Asking for the size costs as much as converting a block: the disk is asked only when the file may have grown so far.
+bool Recorder::size_is_beyond(std::int64_t bytes) {
+  const std::int64_t growth = (file_frames - frames_at_last_look) * kMostBytesAFrame + kMostBytesAtOnce;
+  if (size_at_last_look >= 0 && size_at_last_look + growth <= bytes) return false;
+  size_at_last_look = file_size();
+  frames_at_last_look = file_frames;
+  return size_at_last_look > bytes;
 }
 
 // Clears `recording` first: what the audio thread brings from here on is not part of the recording.

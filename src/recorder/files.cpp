@@ -69,6 +69,7 @@ void Recorder::begin_file(std::FILE *file) {
     fd = fileno(file);
   }
   file_frames = 0;
+  size_at_last_look = -1;
   file_open = true;
   recording.store(true, std::memory_order_release);  // the audio thread sees all that was set up
 }

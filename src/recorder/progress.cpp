@@ -1,7 +1,8 @@
 // How far a recording has come: sizes and times, for any thread.
-#include <sys/stat.h>
+#include <algorithm>
 
 #include "base/truncate.h"
+#include "platform/file_size.h"
 #include "recorder/recorder.h"
 
 namespace auspool {
@@ -14,10 +15,9 @@ double seconds(std::int64_t frames, float rate) {
 
 }  // namespace
 
-// The size of the current file by fstat, which does not see what stdio still holds; 0 without a file. Under fd_lock.
+// Of the current file, without what stdio still holds; 0 without a file. Under fd_lock.
 std::int64_t Recorder::size_on_disk() const {
-  struct stat status;
-  return fd >= 0 && fstat(fd, &status) == 0 ? status.st_size : 0;
+  return fd >= 0 ? std::max<std::int64_t>(platform::size_of_open_file(fd), 0) : 0;
 }
 
 std::int64_t Recorder::file_size() const {

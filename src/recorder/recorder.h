@@ -132,7 +132,8 @@ private:
 
   // core_loop.cpp
   bool countdown_ended(std::int32_t frames_written);
-  bool limit_passed() const;
+  bool limit_passed();
+  bool size_is_beyond(std::int64_t bytes);
 
   // files.cpp
   bool may_ask_again(int error);
@@ -189,6 +190,8 @@ private:
   std::uint32_t rate_changes_seen = 0;   // by the filters
   std::uint32_t meter_resets = 0;        // that the meter has seen; the audio thread's
   std::vector<float> conversion_buffer;  // input frames on their way to the sampler
+  std::int64_t size_at_last_look = -1;   // of the file on the disk; -1 before the first look
+  std::int64_t frames_at_last_look = 0;  // file_frames at that moment
   int refusals_after_stop = 0;           // names of files that exist, since the end was asked for
   mutable std::mutex fd_lock;            // no descriptor is closed while another thread asks for its size
 };

@@ -5,8 +5,8 @@
 #include <new>
 
 #include "base/four_cc.h"
+#include "platform/samples.h"
 #include "recorder/pcm_header.h"
-#include "recorder/pcm_samples.h"
 
 namespace auspool {
 namespace {
@@ -116,10 +116,9 @@ std::int32_t RecorderPCM::flush_buffer(std::FILE *file, bool pad) {
   if (options.mono != 0) reduce_to_mono(audio, frames);
 
   const std::size_t count = static_cast<std::size_t>(frames);
-  const bool wide = bytes_per_sample() == 3;
-  const auto convert = kind == kPCMKindAIFF ? (wide ? floats_to_int24_be : floats_to_int16_be)
-                                            : (wide ? floats_to_int24_le : floats_to_int16_le);
-  convert(audio, data, count * channels());
+  const auto width = bytes_per_sample() == 3 ? samples::Integer::k24 : samples::Integer::k16;
+  const auto order = kind == kPCMKindAIFF ? samples::Order::kBig : samples::Order::kLittle;
+  samples::float_to_integer_toward_zero(width, order)(audio, data, count * channels());
   const std::size_t written = std::fwrite(data, frame_bytes(), count, file);
   if (written < count) realign(file, written);
   return static_cast<std::int32_t>(written);

@@ -96,6 +96,21 @@ TEST(SampleKernels, FromFloatsToIntegersAgreeWithTheReference) {
   });
 }
 
+TEST(SampleKernels, FromFloatsToIntegersTowardZeroAgreeWithTheReference) {
+  on_every_target([] {
+    std::mt19937_64 random(5);
+    for (const Integer to : {Integer::k16, Integer::k24}) {
+      for (const bool big : {false, true}) {
+        for (const std::size_t count : kCounts) {
+          expect_same(float_to_integer_toward_zero(to, big ? Order::kBig : Order::kLittle),
+                      kReference.toward_zero[to == Integer::k24][big], floats<float>(count, Order::kLittle, random),
+                      count, bytes_of(to));
+        }
+      }
+    }
+  });
+}
+
 TEST(SampleKernels, FromIntegersToFloatsAgreeWithTheReference) {
   on_every_target([] {
     std::mt19937_64 random(2);

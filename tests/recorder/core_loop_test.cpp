@@ -136,6 +136,33 @@ TEST_F(CoreLoop, ASizeLimitSplitsWithAMarginOf51200Bytes) {
   EXPECT_EQ(again.file_frames, 1024);
 }
 
+TEST_F(CoreLoop, ASizeLimitIsExactWhileTheFileGrows) {
+  for (const int bytes_a_frame : {1, 4, 6, 8}) {
+    BareRecorder &growing = BareRecorder::on(host);
+    growing.pretend(44100.0f);
+    aurec_set_limit(host, 3000000, 0);
+    const FilePtr file(std::tmpfile());
+    std::int64_t size = 0;
+    growing.flush = [&](bool) {
+      size += 1000 * bytes_a_frame;
+      EXPECT_EQ(ftruncate(fileno(file.get()), size), 0);
+      return 1000;
+    };
+    growing.begin_file(file.get());
+    EXPECT_TRUE(growing.core_loop(file.get()));
+    EXPECT_GT(size, 3000000 - 51200);
+    EXPECT_LE(size, 3000000 - 51200 + 1000 * bytes_a_frame);
+  }
+}
+
+TEST_F(CoreLoop, ASizeLimitThatIsSetBelowTheSizeSplitsAtOnce) {
+  recorder.flush = [&, count = 0](bool) mutable {
+    if (++count == 100) aurec_set_limit(host, 1048576, 0);
+    return 10;
+  };
+  EXPECT_EQ(frames_until_split(1500000), 1000);
+}
+
 // Its tags may be larger than the limit: that would make empty files without end.
 TEST_F(CoreLoop, AFileWithoutAudioIsNotSplitByItsSize) {
   aurec_set_limit(host, 1048576, 0);

@@ -1,8 +1,11 @@
 // AIFF and WAVE files as a whole.
 #include "recorder/recorder_pcm.h"
 
+#include <sys/xattr.h>
+
 #include <atomic>
 
+#include "auspool/audict.h"
 #include "base/byte_order.h"
 #include "base/four_cc.h"
 #include "buffers/ring.h"
@@ -75,6 +78,15 @@ TEST(RecorderPCM, WritesWhatItIsGivenIntoEachContainerAndWidth) {
       EXPECT_EQ(file.samples, integers_of(left, right, file.bits));
     }
   }
+}
+
+TEST(RecorderPCM, AFileCarriesItsTypeCode) {
+  Host host(AuRecOutputTypeWAVE);
+  ASSERT_EQ(host.start(), 0);
+  char info[64];
+  const ssize_t size = getxattr(host.path_of(1).c_str(), "user.com.apple.FinderInfo", info, sizeof info);
+  if (size < 0 && errno == ENOTSUP) GTEST_SKIP() << "this file system has no extended attributes";
+  EXPECT_EQ(std::string(info, static_cast<std::size_t>(size)), "WAVE" + std::string(28, '\0'));
 }
 
 TEST(RecorderPCM, AMonoFileTakesTheSourceThatTheHostChose) {
@@ -356,6 +368,30 @@ TEST(RecorderPCM, TagsOfEachFileStandBetweenHeaderAndAudio) {
   }
   EXPECT_EQ(Dictionaries::kinds, (std::vector<TagKind>{kTagKindAIFF, kTagKindAIFF, kTagKindWAVE, kTagKindWAVE}));
   tag_operations = before;
+}
+
+TEST(RecorderPCM, ADictionaryBecomesTheTagsOfItsContainer) {
+  for (const auto &[type, kind] : {std::pair(AuRecOutputTypeAIFF, kTagKindAIFF), {AuRecOutputTypeWAVE, kTagKindWAVE}}) {
+    audict *const dictionary = audict_create();
+    audict_set_string(dictionary, "Title", "Night Train");
+    const TagBlock block = [&] {
+      TagsOfFile tags;
+      *tags.out() = audict_retain(dictionary);
+      return tags.take_block(kind);
+    }();
+    Host host(type);
+    host.on_path = [&](char *, void *&, void *, audict **tags) { *tags = audict_retain(dictionary); };
+    ASSERT_EQ(host.start(), 0);
+    const Samples audio = noise(1000, 1);
+    host.feed(audio, audio);
+    aurec_stop(host);
+    const PcmFile file = read_pcm_file(host.path_of(1));
+    EXPECT_TRUE(file.valid);
+    EXPECT_GT(block.size(), 10u);
+    EXPECT_EQ(file.tags, std::string(block.begin(), block.end()));
+    EXPECT_EQ(file.samples, integers_of(audio, audio, 16));
+    audict_release(dictionary);
+  }
 }
 
 TEST(RecorderPCM, IndependentReadersFindTheSameSamples) {

@@ -101,6 +101,22 @@ HWY_INLINE hn::Vec<hn::Rebind<std::int32_t, D> > quantized_doubles(D d, V x) {
   return hn::BitCast(hn::Rebind<std::int32_t, D>(), hn::TruncateTo(low, hn::BitCast(bits, sum)));
 }
 
+// 32-bit integers into what `kTo` takes in memory.
+template <Integer kTo, Order kOrder, class D, class V = hn::Vec<D> >
+HWY_INLINE void store_integers(D integers, V values, std::uint8_t *to) {
+  if constexpr (bytes_of(kTo) == 2) {
+    const hn::Rebind<std::int16_t, D> shorts;
+    hn::StoreU(ordered<kOrder>(shorts, hn::DemoteTo(shorts, values)), shorts, reinterpret_cast<std::int16_t *>(to));
+  } else {
+    if constexpr (bytes_of(kTo) == 3) {
+      values = between_three_and_four<true, kOrder>(integers, values);
+    } else {
+      values = ordered<kOrder>(integers, values);
+    }
+    hn::StoreU(values, integers, reinterpret_cast<std::int32_t *>(to));
+  }
+}
+
 template <typename Real, Integer kTo, Order kOrder>
 struct FloatToInteger {
   static constexpr std::size_t kSamples = kLanes<sizeof(Real)>;
@@ -117,17 +133,26 @@ struct FloatToInteger {
     } else {
       result = quantized_doubles<kTo>(reals, x);
     }
-    if constexpr (kToBytes == 2) {
-      const Tag<std::int16_t, kSamples> shorts;
-      hn::StoreU(ordered<kOrder>(shorts, hn::DemoteTo(shorts, result)), shorts, reinterpret_cast<std::int16_t *>(to));
-    } else {
-      if constexpr (kToBytes == 3) {
-        result = between_three_and_four<true, kOrder>(integers, result);
-      } else {
-        result = ordered<kOrder>(integers, result);
-      }
-      hn::StoreU(result, integers, reinterpret_cast<std::int32_t *>(to));
-    }
+    store_integers<kTo, kOrder>(integers, result, to);
+  }
+};
+
+template <Integer kTo, Order kOrder>
+struct FloatToIntegerTowardZero {
+  static constexpr std::size_t kSamples = kLanes<sizeof(float)>;
+  static constexpr std::size_t kFromBytes = sizeof(float);
+  static constexpr std::size_t kToBytes = bytes_of(kTo);
+
+  static HWY_INLINE void step(const std::uint8_t *from, std::uint8_t *to) {
+    const Tag<float, kSamples> floats;
+    const Tag<std::int32_t, kSamples> integers;
+    const auto x = hn::LoadU(floats, reinterpret_cast<const float *>(from));
+    const auto scale = hn::Set(floats, kScale<float, kTo>);
+    const auto full = hn::Gt(x, hn::Set(floats, kFullScaleAbove<kTo>));
+    auto scaled = hn::Mul(hn::Max(x, hn::Set(floats, -1.0f)), scale);
+    scaled = hn::IfThenElse(full, hn::Set(floats, static_cast<float>(kHighest<kTo>)), scaled);
+    scaled = hn::IfThenElseZero(hn::Eq(x, x), scaled);
+    store_integers<kTo, kOrder>(integers, hn::ConvertTo(integers, scaled), to);
   }
 };
 
@@ -211,6 +236,11 @@ struct Implementation {
   template <typename Real, Integer kTo, Order kOrder>
   static void float_to_integer(const void *from, void *to, std::size_t count) {
     run<FloatToInteger<Real, kTo, kOrder> >(from, to, count);
+  }
+
+  template <Integer kTo, Order kOrder>
+  static void float_to_integer_toward_zero(const void *from, void *to, std::size_t count) {
+    run<FloatToIntegerTowardZero<kTo, kOrder> >(from, to, count);
   }
 
   template <Integer kFrom, Order kOrder, typename Real>

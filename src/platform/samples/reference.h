@@ -29,6 +29,19 @@ std::int32_t quantized(Real x) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(std::lrint(x * kScale<Real, kTo>)));
 }
 
+// A float above this is full scale. The largest float that is not above the double 0.9999694 serves for it.
+template <Integer kTo>
+constexpr float kFullScaleAbove = kTo == Integer::k16 ? 0x1.fffbfcp-1f : 0.99999988f;
+static_assert(double{kFullScaleAbove<Integer::k16>} <= 0.9999694 && double{0x1.fffbfep-1f} > 0.9999694);
+
+template <Integer kTo>
+std::int32_t truncated(float x) {
+  if (std::isnan(x)) return 0;
+  if (x < -1.0f) return -kHighest<kTo> - 1;
+  if (x > kFullScaleAbove<kTo>) return kHighest<kTo>;
+  return static_cast<std::int32_t>(x * kScale<float, kTo>);
+}
+
 template <Integer kTo, Order kOrder>
 void store(std::uint8_t *to, std::int32_t value) {
   constexpr int kBytes = static_cast<int>(bytes_of(kTo));
@@ -69,6 +82,17 @@ struct Reference {
       Real x;
       std::memcpy(&x, in + i * sizeof x, sizeof x);
       store<kTo, kOrder>(out + i * bytes_of(kTo), quantized<Real, kTo>(x));
+    }
+  }
+
+  template <Integer kTo, Order kOrder>
+  static void float_to_integer_toward_zero(const void *from, void *to, std::size_t count) {
+    const auto *in = static_cast<const std::uint8_t *>(from);
+    auto *out = static_cast<std::uint8_t *>(to);
+    for (std::size_t i = 0; i < count; ++i) {
+      float x;
+      std::memcpy(&x, in + i * sizeof x, sizeof x);
+      store<kTo, kOrder>(out + i * bytes_of(kTo), truncated<kTo>(x));
     }
   }
 

@@ -7,6 +7,7 @@ namespace auspool::samples {
 
 struct Kernels {
   Convert to_integer[2][kIntegers][2];  // [from double][to][big-endian]
+  Convert toward_zero[2][2];            // [of 24 bits][big-endian]
   Convert to_float[kIntegers][2][2];    // [from][big-endian][to double]
   Convert between[2][2][2][2];          // [from double][big-endian][to double][big-endian]
 };
@@ -29,6 +30,13 @@ constexpr void fill_integer(Kernels &kernels) {
   kernels.to_float[kAt][1][1] = I::template integer_to_float<kInteger, Order::kBig, double>;
 }
 
+template <typename Implementation, Integer kInteger>
+constexpr void fill_toward_zero(Kernels &kernels) {
+  auto &row = kernels.toward_zero[kInteger == Integer::k24];
+  row[0] = Implementation::template float_to_integer_toward_zero<kInteger, Order::kLittle>;
+  row[1] = Implementation::template float_to_integer_toward_zero<kInteger, Order::kBig>;
+}
+
 template <typename Implementation, typename From, typename To>
 constexpr void fill_between(Kernels &kernels) {
   auto &row = kernels.between[sizeof(From) == 8];
@@ -48,6 +56,8 @@ constexpr Kernels make_kernels() {
   fill_integer<Implementation, Integer::k24>(kernels);
   fill_integer<Implementation, Integer::k24Unpacked>(kernels);
   fill_integer<Implementation, Integer::k32>(kernels);
+  fill_toward_zero<Implementation, Integer::k16>(kernels);
+  fill_toward_zero<Implementation, Integer::k24>(kernels);
   fill_between<Implementation, float, float>(kernels);
   fill_between<Implementation, float, double>(kernels);
   fill_between<Implementation, double, float>(kernels);

@@ -1,30 +1,32 @@
-#include "recorder/pcm_samples.h"
+// What recordings hold: the values, beside a plain rule.
 
 #include <limits>
 
+#include "platform/samples.h"
 #include "support/pcm_file.h"
 #include "support/signals.h"
 
 using namespace auspool;
+using namespace auspool::samples;
 using namespace auspool::testing;
 
 namespace {
 
 struct Format {
-  const char *name;
-  void (*convert)(const float *, std::uint8_t *, std::size_t);
-  int bits;
-  bool big;
+  Integer integer;
+  Order order;
+  int bits = bits_of(integer);
+  bool big = order == Order::kBig;
 };
-constexpr Format kFormats[] = {{"16 big", floats_to_int16_be, 16, true},
-                               {"16 little", floats_to_int16_le, 16, false},
-                               {"24 big", floats_to_int24_be, 24, true},
-                               {"24 little", floats_to_int24_le, 24, false}};
+constexpr Format kFormats[] = {{Integer::k16, Order::kBig},
+                               {Integer::k16, Order::kLittle},
+                               {Integer::k24, Order::kBig},
+                               {Integer::k24, Order::kLittle}};
 
 std::vector<std::int32_t> convert(const Format &format, const Samples &samples) {
   const std::size_t width = static_cast<std::size_t>(format.bits / 8);
   std::vector<std::uint8_t> bytes(width * samples.size() + 8, 0xee);
-  format.convert(samples.data(), bytes.data(), samples.size());
+  float_to_integer_toward_zero(format.integer, format.order)(samples.data(), bytes.data(), samples.size());
   for (std::size_t i = width * samples.size(); i < bytes.size(); ++i) EXPECT_EQ(bytes[i], 0xee) << "written beyond";
   std::vector<std::int32_t> result;
   for (std::size_t i = 0; i < samples.size(); ++i) {
@@ -40,12 +42,12 @@ std::int32_t convert_one(const Format &format, float sample) {
   return convert(format, {sample})[0];
 }
 
-class PcmSamples : public ::testing::TestWithParam<Format> {};
-INSTANTIATE_TEST_SUITE_P(Widths, PcmSamples, ::testing::ValuesIn(kFormats), [](const auto &one) {
+class SamplesTowardZero : public ::testing::TestWithParam<Format> {};
+INSTANTIATE_TEST_SUITE_P(Widths, SamplesTowardZero, ::testing::ValuesIn(kFormats), [](const auto &one) {
   return "Bits" + std::to_string(one.param.bits) + (one.param.big ? "Big" : "Little");
 });
 
-TEST_P(PcmSamples, FullScaleIsHeldToTheRange) {
+TEST_P(SamplesTowardZero, FullScaleIsHeldToTheRange) {
   const std::int32_t scale = 1 << (GetParam().bits - 1);
   EXPECT_EQ(convert_one(GetParam(), 1.0f), scale - 1);
   EXPECT_EQ(convert_one(GetParam(), -1.0f), -scale);
@@ -57,7 +59,7 @@ TEST_P(PcmSamples, FullScaleIsHeldToTheRange) {
   }
 }
 
-TEST_P(PcmSamples, ValuesGoTowardZero) {
+TEST_P(SamplesTowardZero, ValuesGoTowardZero) {
   const float unit = 1.0f / static_cast<float>(1 << (GetParam().bits - 1));
   EXPECT_EQ(convert_one(GetParam(), 0.99f * unit), 0);
   EXPECT_EQ(convert_one(GetParam(), -0.99f * unit), 0);
@@ -66,12 +68,12 @@ TEST_P(PcmSamples, ValuesGoTowardZero) {
   EXPECT_EQ(convert_one(GetParam(), std::numeric_limits<float>::denorm_min()), 0);
 }
 
-TEST_P(PcmSamples, NaNIsZero) {
+TEST_P(SamplesTowardZero, NaNIsZero) {
   EXPECT_EQ(convert_one(GetParam(), std::numeric_limits<float>::quiet_NaN()), 0);
   EXPECT_EQ(convert_one(GetParam(), -std::numeric_limits<float>::quiet_NaN()), 0);
 }
 
-TEST_P(PcmSamples, AgreeWithThePlainRuleNearEveryBound) {
+TEST_P(SamplesTowardZero, AgreeWithThePlainRuleNearEveryBound) {
   Samples samples;
   for (float bound : {1.0f, -1.0f, 0.9999694f, 0.99999988f, 0.0f, 0.5f}) {
     float up = bound, down = bound;
@@ -89,7 +91,7 @@ TEST_P(PcmSamples, AgreeWithThePlainRuleNearEveryBound) {
   }
 }
 
-TEST_P(PcmSamples, AnyCountAroundTheVectorWidthIsWhole) {
+TEST_P(SamplesTowardZero, AnyCountAroundTheVectorWidthIsWhole) {
   const Samples samples = noise(70, 4, 1.1);
   for (std::size_t count = 0; count <= samples.size(); ++count) {
     const Samples some(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(count));
@@ -99,7 +101,7 @@ TEST_P(PcmSamples, AnyCountAroundTheVectorWidthIsWhole) {
 }
 
 // By the product it would be 32766.
-TEST(PcmSamples16, TheFloatJustAboveTheBoundIsFullScale) {
+TEST(SamplesTowardZero16, TheFloatJustAboveTheBoundIsFullScale) {
   EXPECT_EQ(convert_one(kFormats[0], 0.99996942f), 32767);
   EXPECT_EQ(static_cast<int>(0.99996942 * 32768.0), 32766);
   EXPECT_EQ(convert_one(kFormats[0], std::nextafter(0.99996942f, 0.0f)), 32766);
