@@ -31,8 +31,9 @@ public:
   void fill(std::span<const std::uint8_t> bytes) {
     require(ftruncate(descriptor_, 0) == 0 && pwrite(descriptor_, bytes.data(), bytes.size(), 0) >= 0);
   }
+  std::size_t size() const { return static_cast<std::size_t>(lseek(descriptor_, 0, SEEK_END)); }
   std::vector<std::uint8_t> bytes() const {
-    std::vector<std::uint8_t> all(static_cast<std::size_t>(lseek(descriptor_, 0, SEEK_END)));
+    std::vector<std::uint8_t> all(size());
     require(pread(descriptor_, all.data(), all.size(), 0) >= 0);
     return all;
   }

@@ -11,7 +11,7 @@
 namespace auspool::platform {
 namespace {
 
-constexpr std::uint64_t largest_offset = std::numeric_limits<off_t>::max();
+constexpr std::uint64_t kLargestOffset = std::numeric_limits<off_t>::max();
 
 // Calls `transfer(done)` until all `size` bytes are through, it meets the end of the file, or fails.
 template <typename Transfer>
@@ -98,7 +98,7 @@ std::int32_t File::read(std::uint64_t offset, std::uint64_t length, std::vector<
 
 std::int32_t File::write(std::uint64_t offset, std::span<const std::uint8_t> from) {
   forget();
-  if (offset > largest_offset - from.size()) return EFBIG;
+  if (offset > kLargestOffset - from.size()) return EFBIG;
   std::size_t done = 0;
   const std::int32_t error = repeat(from.size(), done, [&](std::size_t start) {
     return ::pwrite(descriptor_, from.data() + start, from.size() - start, static_cast<off_t>(offset + start));
@@ -109,7 +109,7 @@ std::int32_t File::write(std::uint64_t offset, std::span<const std::uint8_t> fro
 
 std::int32_t File::resize(std::uint64_t size) {
   forget();
-  if (size > largest_offset) return EFBIG;
+  if (size > kLargestOffset) return EFBIG;
   int result = 0;
   do {
     result = ::ftruncate(descriptor_, static_cast<off_t>(size));

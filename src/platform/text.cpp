@@ -13,8 +13,8 @@ namespace auspool::platform {
 namespace {
 
 const char *name_of(Encoding encoding) {
-  constexpr std::array names = {"UTF-8", "ISO-8859-1", "CP1252", "MACINTOSH", "UTF-16LE", "UTF-16BE"};
-  return names[static_cast<std::size_t>(encoding)];
+  constexpr std::array kNames = {"UTF-8", "ISO-8859-1", "CP1252", "MACINTOSH", "UTF-16LE", "UTF-16BE"};
+  return kNames[static_cast<std::size_t>(encoding)];
 }
 
 bool is_utf16(Encoding encoding) {
@@ -60,8 +60,8 @@ struct Difference {
   std::string_view character;
   std::string_view in_library;
 };
-constexpr std::array mac_roman_differences = {Difference{"\u2206", "\u0394"},   // C6, increment, as Greek delta
-                                              Difference{"\uF8FF", "\uE01E"}};  // F0, the maker's logo
+constexpr std::array kMacRomanDifferences = {Difference{"\u2206", "\u0394"},   // C6, increment, as Greek delta
+                                             Difference{"\uF8FF", "\uE01E"}};  // F0, the maker's logo
 
 std::string replaced(std::string text, std::string_view from, std::string_view to) {
   for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
@@ -73,13 +73,13 @@ std::string replaced(std::string text, std::string_view from, std::string_view t
 std::string for_library(std::string_view utf8, Encoding encoding) {
   std::string text(utf8);
   if (encoding != Encoding::mac_roman) return text;
-  for (const Difference &it : mac_roman_differences) text = replaced(std::move(text), it.character, it.in_library);
+  for (const Difference &it : kMacRomanDifferences) text = replaced(std::move(text), it.character, it.in_library);
   return text;
 }
 
 std::string from_library(std::string text, Encoding encoding) {
   if (encoding != Encoding::mac_roman) return text;
-  for (const Difference &it : mac_roman_differences) text = replaced(std::move(text), it.in_library, it.character);
+  for (const Difference &it : kMacRomanDifferences) text = replaced(std::move(text), it.in_library, it.character);
   return text;
 }
 

@@ -10,17 +10,17 @@
 namespace auspool::tags {
 namespace {
 
-constexpr std::uint64_t chunk_bytes = 1'048'576;
+constexpr std::uint64_t kBufferBytes = 1'048'576;
 
 // Upwards the last bytes go first, downwards the first: so nothing is overwritten before it has been read.
 std::int32_t move(platform::File &file, std::uint64_t to, std::uint64_t from, std::uint64_t length) {
-  const std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow) std::uint8_t[chunk_bytes]);
+  const std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow) std::uint8_t[kBufferBytes]);
   if (!buffer) return AUTAG2_EUNK;
   if (to > from) {
     if (const std::int32_t error = file.resize(to + length)) return error;
   }
   for (std::uint64_t done = 0; done < length;) {
-    const std::uint64_t part = std::min(chunk_bytes, length - done);
+    const std::uint64_t part = std::min(kBufferBytes, length - done);
     const std::uint64_t at = to < from ? done : length - done - part;
     const std::span<std::uint8_t> bytes(buffer.get(), static_cast<std::size_t>(part));
     if (const std::int32_t error = file.read(from + at, bytes)) return error;

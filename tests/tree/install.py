@@ -37,6 +37,16 @@ def by_pkg_config(scratch, prefix, *how):
     check_recording(name, scratch / f"of-{name}", scratch / name, LD_LIBRARY_PATH=str(prefix / libdir))
 
 
+def check_resources(scratch, prefix):
+    """The moved library finds the list of genres beside it: number 17 in a tag is Rock."""
+    genre = b"TCON" + (5).to_bytes(4, "big") + b"\0\0" + b"\0(17)"
+    tagged = scratch / "tagged.mp3"
+    tagged.write_bytes(b"ID3\3\0\0" + len(genre).to_bytes(4, "big") + genre)
+    shown = output_of(prefix / "bin" / "auspool-tags", "read", tagged)
+    if "Rock" not in shown:
+        problems.append(f"genres.plist was not found beside the library: {shown}")
+
+
 with tempfile.TemporaryDirectory() as folder:
     scratch = Path(folder)
     output_of(cmake, "--install", build, "--prefix", scratch / "installed")
@@ -46,6 +56,7 @@ with tempfile.TemporaryDirectory() as folder:
     programs = sorted((prefix / "bin").glob("auspool-*"))
     for installed in programs:
         output_of(installed, "--help")
+    check_resources(scratch, prefix)
     for shared in (prefix / libdir).glob("libauspool.so*"):
         shared.unlink()
     by_pkg_config(scratch, prefix, "--static")

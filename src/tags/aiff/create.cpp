@@ -8,7 +8,7 @@ namespace auspool::tags {
 namespace {
 
 // A text of odd length has a NUL behind it, which fills the chunk to an even size; one of even length has none.
-constexpr TextForm text_form = {platform::Encoding::mac_roman, Order::big,
+constexpr TextForm kTextForm = {platform::Encoding::mac_roman, Order::big,
                                 [](std::uint32_t length) { return (length + 1) & ~1u; }};
 
 // Whether there is something that only ID3 holds: not so for the encoder alone, nor with a "Compilation" of false. All
@@ -26,10 +26,10 @@ bool needs_id3(const audict *tag) {
 std::optional<Bytes> autag2_aiff_create(const audict *tag) {
   if (tag == nullptr) return std::nullopt;
   Bytes bytes;
-  add_text_chunk(bytes, "NAME", tag, "Title", text_form);
-  add_text_chunk(bytes, "AUTH", tag, "Artist", text_form);
-  add_text_chunk(bytes, "ANNO", tag, "Comment", text_form);
-  if (const auto year = positive_number(tag, "Year")) add_text_chunk(bytes, "(c) ", std::to_string(*year), text_form);
+  add_text_chunk(bytes, "NAME", tag, "Title", kTextForm);
+  add_text_chunk(bytes, "AUTH", tag, "Artist", kTextForm);
+  add_text_chunk(bytes, "ANNO", tag, "Comment", kTextForm);
+  if (const auto year = positive_number(tag, "Year")) add_text_chunk(bytes, "(c) ", std::to_string(*year), kTextForm);
   if (!needs_id3(tag)) return bytes;
   const std::optional<Bytes> id3 = autag2_id3_create(tag);
   if (!id3) return std::nullopt;

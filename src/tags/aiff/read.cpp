@@ -36,7 +36,7 @@ struct Row {
   std::uint32_t id;
   std::int32_t (*read)(audict &dict, platform::File &file, const Chunk &chunk);
 };
-constexpr Row rows[] = {
+constexpr Row kRows[] = {
     {four_cc("NAME"), read_name},      {four_cc("AUTH"), read_author}, {four_cc("ANNO"), read_annotation},
     {four_cc("(c) "), read_copyright}, {four_cc("ID3 "), read_id3},
 };
@@ -46,7 +46,7 @@ std::int32_t read_chunks(audict &dict, platform::File &file, std::uint64_t end) 
   for (std::uint64_t at = 12; at < end; at = chunk.padded_end()) {
     if (const std::int32_t error = read_chunk(file, at, Order::big, chunk)) return error;
     if (static_cast<std::int32_t>(chunk.size) < 0) return AUTAG2_EPRS;
-    for (const Row &row : rows) {
+    for (const Row &row : kRows) {
       if (row.id != chunk.id) continue;
       if (const std::int32_t error = row.read(dict, file, chunk)) return error;
     }
@@ -71,9 +71,8 @@ Ref autag2_aiff_read(platform::File &file, const char *, std::int32_t &error) {
     return nullptr;
   }
   Ref dict = make_dictionary();
-  error = guarded<std::int32_t>(AUTAG2_EUNK, [&] {
-    return read_chunks(*dict, file, static_cast<std::uint64_t>(form_size) + chunk_header_bytes);
-  });
+  error = guarded<std::int32_t>(
+      AUTAG2_EUNK, [&] { return read_chunks(*dict, file, static_cast<std::uint64_t>(form_size) + kChunkHeaderBytes); });
   return dict;
 }
 

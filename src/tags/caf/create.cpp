@@ -9,15 +9,15 @@
 namespace auspool::tags {
 namespace {
 
-constexpr CafKey keys[] = {
+constexpr CafKey kKeys[] = {
     {"title", "Title", false},       {"artist", "Artist", false},    {"album", "Album", false},
     {"composer", "Composer", false}, {"genre", "Genre", false},      {"track number", "TrackNum", true},
     {"year", "Year", true},          {"comments", "Comment", false}, {"encoding application", "Encoder", false},
     {"tempo", "BPM", true},
 };
 
-constexpr std::size_t value_bytes_written = 1023;
-constexpr std::size_t info_header_bytes = 12;
+constexpr std::size_t kValueBytesWritten = 1023;
+constexpr std::size_t kInfoHeaderBytes = 12;
 
 // The value as it stands in the chunk; empty for none.
 std::string value_of(const audict *tag, const CafKey &row) {
@@ -27,7 +27,7 @@ std::string value_of(const audict *tag, const CafKey &row) {
   }
   const char *text = audict_get_string(tag, row.key);
   if (text == nullptr) return "";
-  return std::string(platform::whole_characters(text, platform::Encoding::utf8, value_bytes_written));
+  return std::string(platform::whole_characters(text, platform::Encoding::utf8, kValueBytesWritten));
 }
 
 bool add_text_key(Bytes &to, const CafKey &row, const std::string &value) {
@@ -40,18 +40,18 @@ bool add_text_key(Bytes &to, const CafKey &row, const std::string &value) {
 // The `info` chunk; empty when there is nothing to put in.
 Bytes info_chunk(const audict *tag) {
   Bytes bytes = {'i', 'n', 'f', 'o', 0, 0, 0, 0, 0, 0, 0, 0};
-  bytes.resize(info_header_bytes + 4);
+  bytes.resize(kInfoHeaderBytes + 4);
   std::uint32_t count = 0;
-  for (const CafKey &row : keys) count += add_text_key(bytes, row, value_of(tag, row)) ? 1u : 0u;
+  for (const CafKey &row : kKeys) count += add_text_key(bytes, row, value_of(tag, row)) ? 1u : 0u;
   if (count == 0) return {};
-  store_be<std::uint64_t>(&bytes[4], bytes.size() - info_header_bytes);
-  store_be(&bytes[info_header_bytes], count);
+  store_be<std::uint64_t>(&bytes[4], bytes.size() - kInfoHeaderBytes);
+  store_be(&bytes[kInfoHeaderBytes], count);
   return bytes;
 }
 
 }  // namespace
 
-const std::span<const CafKey> caf2autag_key_table = keys;
+const std::span<const CafKey> caf2autag_key_table = kKeys;
 
 std::optional<Bytes> autag2_caf_create(const audict *tag) {
   if (tag == nullptr) return std::nullopt;

@@ -14,10 +14,10 @@
 namespace auspool::tags {
 namespace {
 
-constexpr std::uint64_t file_header_bytes = 8;
-constexpr std::uint64_t chunk_header_bytes = 12;
-constexpr std::uint64_t largest_info_chunk = 131'076;
-constexpr std::size_t largest_value = 1024;
+constexpr std::uint64_t kFileHeaderBytes = 8;
+constexpr std::uint64_t kCafChunkHeaderBytes = 12;
+constexpr std::uint64_t kLargestInfoChunk = 131'076;
+constexpr std::size_t kLargestValue = 1024;
 
 struct CafChunk {
   std::uint32_t type = 0;
@@ -26,7 +26,7 @@ struct CafChunk {
 };
 
 std::int32_t read_caf_chunk(platform::File &file, std::uint64_t at, CafChunk &chunk) {
-  std::array<std::uint8_t, chunk_header_bytes> header;
+  std::array<std::uint8_t, kCafChunkHeaderBytes> header;
   const std::int32_t error = file.read(at, header);
   chunk = {load_be<std::uint32_t>(header.data()), at + header.size(), load_be<std::int64_t>(&header[4])};
   return error;
@@ -52,7 +52,7 @@ std::int32_t add_entry(audict &dict, std::string_view key, std::string_view valu
   const auto row = std::find_if(caf2autag_key_table.begin(), caf2autag_key_table.end(),
                                 [key](const CafKey &it) { return it.caf_key == key; });
   if (row == caf2autag_key_table.end()) return 0;
-  if (value.size() > largest_value) return AUTAG2_EPRS;
+  if (value.size() > kLargestValue) return AUTAG2_EPRS;
   if (row->is_number) {
     add_number(dict, row->key, value);
   } else if (valid_utf8(value)) {
@@ -81,7 +81,7 @@ void read_info(audict &dict, platform::File &file, const CafChunk &chunk, std::i
     return;
   }
   const auto size = static_cast<std::uint64_t>(chunk.size);
-  if (result == 0 && (size > largest_info_chunk || size <= count_bytes.size())) result = AUTAG2_EPRS;
+  if (result == 0 && (size > kLargestInfoChunk || size <= count_bytes.size())) result = AUTAG2_EPRS;
   if (result == 0) result = file.read(chunk.data + count_bytes.size(), size - count_bytes.size(), entries);
   if (result == 0) {
     result = read_entries(dict, {reinterpret_cast<const char *>(entries.data()), entries.size()}, count);
@@ -91,7 +91,7 @@ void read_info(audict &dict, platform::File &file, const CafChunk &chunk, std::i
 
 void read_chunks(audict &dict, platform::File &file, std::int32_t &error) {
   CafChunk chunk;
-  for (std::uint64_t at = file_header_bytes; at + chunk_header_bytes < file.size();
+  for (std::uint64_t at = kFileHeaderBytes; at + kCafChunkHeaderBytes < file.size();
        at = chunk.data + static_cast<std::uint64_t>(chunk.size)) {
     const std::int32_t failure = read_caf_chunk(file, at, chunk);
     if (failure != 0) {
@@ -118,7 +118,7 @@ bool autag2_is_caf(platform::File &file) {
 }
 
 Ref autag2_caf_read(platform::File &file, const char *, std::int32_t &error) {
-  std::array<std::uint8_t, file_header_bytes> header;
+  std::array<std::uint8_t, kFileHeaderBytes> header;
   error = file.read(0, header);
   if (error == 0 && load_be<std::uint32_t>(header.data()) != four_cc("caff")) error = AUTAG2_EPRS;
   if (error == 0 && load_be<std::uint16_t>(&header[4]) != 1) error = AUTAG2_ETAG;

@@ -11,9 +11,9 @@
 namespace auspool::tags {
 namespace {
 
-constexpr std::size_t text_bytes_read = 1024;
-constexpr std::size_t text_bytes_written = 1023;
-constexpr std::size_t year_bytes = 8;
+constexpr std::size_t kTextBytesRead = 1024;
+constexpr std::size_t kTextBytesWritten = 1023;
+constexpr std::size_t kYearBytes = 8;
 
 // What the chunk, and the file, hold of the first `to.size()` bytes.
 std::int32_t read_start(platform::File &file, const Chunk &chunk, std::span<std::uint8_t> to, std::string_view &text) {
@@ -39,7 +39,7 @@ void store_u32(std::uint8_t *to, std::uint32_t value, Order order) {
 }
 
 std::int32_t read_chunk(platform::File &file, std::uint64_t at, Order order, Chunk &chunk) {
-  std::array<std::uint8_t, chunk_header_bytes> header;
+  std::array<std::uint8_t, kChunkHeaderBytes> header;
   const std::int32_t error = file.read(at, header);
   if (error == 0) chunk = {load_be<std::uint32_t>(header.data()), at + header.size(), load_u32(&header[4], order)};
   return error;
@@ -47,7 +47,7 @@ std::int32_t read_chunk(platform::File &file, std::uint64_t at, Order order, Chu
 
 std::int32_t add_text_key(audict &dict, const char *key, platform::File &file, const Chunk &chunk,
                           platform::Encoding encoding) {
-  std::array<std::uint8_t, text_bytes_read> bytes;
+  std::array<std::uint8_t, kTextBytesRead> bytes;
   std::string_view text;
   const std::int32_t error = read_start(file, chunk, bytes, text);
   if (error != 0) return error;
@@ -59,7 +59,7 @@ std::int32_t add_text_key(audict &dict, const char *key, platform::File &file, c
 }
 
 std::int32_t add_year_key(audict &dict, platform::File &file, const Chunk &chunk, std::string_view enders) {
-  std::array<std::uint8_t, year_bytes> bytes;
+  std::array<std::uint8_t, kYearBytes> bytes;
   std::string_view text;
   const std::int32_t error = read_start(file, chunk, bytes, text);
   if (error != 0) return error;
@@ -94,7 +94,7 @@ void add_text_chunk(Bytes &to, std::string_view id, const audict *tag, const cha
 
 void add_text_chunk(Bytes &to, std::string_view id, std::string_view text, const TextForm &form) {
   const std::string encoded = platform::encode_text_with(text, form.encoding, '?');
-  const std::string_view kept = platform::whole_characters(encoded, form.encoding, text_bytes_written);
+  const std::string_view kept = platform::whole_characters(encoded, form.encoding, kTextBytesWritten);
   if (kept.empty()) return;
   const std::uint32_t size = form.chunk_size(static_cast<std::uint32_t>(kept.size()));
   append(to, id);

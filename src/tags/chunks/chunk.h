@@ -26,7 +26,7 @@ struct Chunk {
   std::uint64_t padded_end() const { return end() + (size & 1); }
 };
 
-constexpr std::uint64_t chunk_header_bytes = 8;
+constexpr std::uint64_t kChunkHeaderBytes = 8;
 
 std::uint32_t load_u32(const std::uint8_t *from, Order order);
 void store_u32(std::uint8_t *to, std::uint32_t value, Order order);

@@ -28,7 +28,7 @@ private:
   bool cut(const Chunk &chunk);
   std::int32_t apply();
   std::int32_t write_u32(std::uint64_t at, std::uint32_t value, Order order);
-  std::uint64_t form_end() const { return form_size_ + chunk_header_bytes; }
+  std::uint64_t form_end() const { return form_size_ + kChunkHeaderBytes; }
 
   platform::File &file_;
   const Container &is_;
@@ -47,9 +47,9 @@ std::int32_t Rewrite::read_form() {
 }
 
 std::int32_t Rewrite::read_chunk_at(std::uint64_t at, Chunk &chunk) {
-  if (at + chunk_header_bytes > cuts_.size()) return EIO;
+  if (at + kChunkHeaderBytes > cuts_.size()) return EIO;
   const std::int32_t error = read_chunk(file_, cuts_.on_disk(at), is_.order, chunk);
-  chunk.data = at + chunk_header_bytes;
+  chunk.data = at + kChunkHeaderBytes;
   return error == 0 && chunk.size > is_.largest_size ? AUTAG2_EPRS : error;
 }
 
@@ -67,7 +67,7 @@ std::int32_t Rewrite::find_tag(const Chunk &chunk, bool &found) {
 // the format of these files, whose next tag fills the gap. False for a chunk that reaches out of the form, or a form
 // out of the file, where the cut would take what is not the chunk's.
 bool Rewrite::cut(const Chunk &chunk) {
-  const std::uint64_t at = chunk.data - chunk_header_bytes;
+  const std::uint64_t at = chunk.data - kChunkHeaderBytes;
   if (chunk.end() > form_end()) return false;
   const std::uint64_t size = form_size_ - (chunk.end() - at);
   if (size > cuts_.size() - std::min(cuts_.size() - at, chunk.end() - at)) return false;

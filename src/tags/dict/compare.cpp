@@ -24,8 +24,7 @@ bool same(const Number &a, const Number &b) {
   // Compared as integers: a double has no room for all of 64 bits.
   const Number &real = a.is_float() ? a : b;
   const Number &integer = a.is_float() ? b : a;
-  constexpr double limit = 9223372036854775808.0;
-  return real.real >= -limit && real.real < limit && std::trunc(real.real) == real.real &&
+  return fits_64_bits(real.real) && std::trunc(real.real) == real.real &&
          static_cast<std::int64_t>(real.real) == integer.integer;
 }
 

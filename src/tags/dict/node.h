@@ -29,6 +29,11 @@ struct Number {
   bool is_float() const { return type >= AUDICT_FLOAT32; }
 };
 
+// Whether the whole part of a float has a place in 64 bits: 2^63 is the first that is too large. False for NaN.
+constexpr bool fits_64_bits(double real) {
+  return real >= -0x1p63 && real < 0x1p63;
+}
+
 using Bytes = std::vector<std::uint8_t>;
 using Array = std::vector<Ref>;
 using Dictionary = std::vector<std::pair<std::string, Ref>>;

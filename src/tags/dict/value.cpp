@@ -101,8 +101,7 @@ const char *audict_string(const audict *value) {
 bool audict_integer(const audict *value, std::int64_t *result) {
   const Number *number = content_of<Number>(value);
   if (number == nullptr) return false;
-  constexpr double limit = 9223372036854775808.0;  // 2^63, the first that is too large; false for NaN
-  if (number->is_float() && !(number->real >= -limit && number->real < limit)) return false;
+  if (number->is_float() && !fits_64_bits(number->real)) return false;
   if (result != nullptr) *result = number->is_float() ? static_cast<std::int64_t>(number->real) : number->integer;
   return true;
 }
@@ -125,6 +124,6 @@ const void *audict_data(const audict *value, std::size_t *length) {
   const Bytes *bytes = content_of<Bytes>(value);
   if (length != nullptr) *length = bytes != nullptr ? bytes->size() : 0;
   if (bytes == nullptr) return nullptr;
-  static constexpr std::uint8_t none = 0;
-  return bytes->empty() ? &none : bytes->data();
+  static constexpr std::uint8_t kNone = 0;
+  return bytes->empty() ? &kNone : bytes->data();
 }

@@ -11,7 +11,7 @@
 namespace auspool::tags {
 namespace {
 
-constexpr std::uint64_t first_chunk = 12;
+constexpr std::uint64_t kFirstChunk = 12;
 
 std::int32_t read_text_key(audict &dict, const char *key, platform::File &file, const Chunk &chunk) {
   return add_text_key(dict, key, file, chunk, platform::Encoding::windows_latin1);
@@ -41,7 +41,7 @@ struct Row {
   std::uint32_t id;
   std::int32_t (*read)(audict &dict, platform::File &file, const Chunk &chunk);
 };
-constexpr Row rows[] = {
+constexpr Row kRows[] = {
     {four_cc("INAM"), read_name},     {four_cc("IART"), read_artist}, {four_cc("ICMT"), read_comment},
     {four_cc("ISFT"), read_software}, {four_cc("ICRD"), read_date},
 };
@@ -50,7 +50,7 @@ constexpr Row rows[] = {
 std::int32_t find_info(platform::File &file, std::uint64_t &begin, std::uint64_t &end) {
   begin = end = 0;
   Chunk chunk;
-  for (std::uint64_t at = first_chunk; at + first_chunk < file.size(); at = chunk.padded_end()) {
+  for (std::uint64_t at = kFirstChunk; at + kFirstChunk < file.size(); at = chunk.padded_end()) {
     if (const std::int32_t error = read_chunk(file, at, Order::little, chunk)) return error;
     if (chunk.id != four_cc("LIST")) continue;
     std::array<std::uint8_t, 4> type;
@@ -68,7 +68,7 @@ std::int32_t read_info(audict &dict, platform::File &file) {
   if (const std::int32_t error = find_info(file, at, end)) return error;
   for (Chunk chunk; at < end; at = chunk.padded_end()) {
     if (const std::int32_t error = read_chunk(file, at, Order::little, chunk)) return error;
-    for (const Row &row : rows) {
+    for (const Row &row : kRows) {
       if (row.id != chunk.id) continue;
       if (const std::int32_t error = row.read(dict, file, chunk)) return error;
     }
@@ -83,7 +83,7 @@ bool is_id3(std::uint32_t id) {
 // Reads the first ID3 chunk, behind the others as it may be. What is wrong with it is no error of the file.
 void read_id3(audict &dict, platform::File &file) {
   Chunk chunk;
-  for (std::uint64_t at = first_chunk; read_chunk(file, at, Order::little, chunk) == 0; at = chunk.padded_end()) {
+  for (std::uint64_t at = kFirstChunk; read_chunk(file, at, Order::little, chunk) == 0; at = chunk.padded_end()) {
     if (!is_id3(chunk.id)) continue;
     autag2_id3_read_v2(dict, chunk.data, file);
     return;
