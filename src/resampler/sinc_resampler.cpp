@@ -217,7 +217,7 @@ constexpr raesampler_stage operations(std::int32_t sample_size) {
   return stage;
 }
 
-// The table of 15 taps in single precision is ready, whatever window the spec asks for.
+// The table of 15 taps in single precision is ready, whatever window was asked for.
 Block<std::byte> find_table(std::int32_t sample_size, const stage_spec &spec) {
   if (sample_size == 8) return make_sinc_table<double>(spec);
   if (spec.length != 15) return make_sinc_table<float>(spec);

@@ -1,11 +1,34 @@
 #include "support/tag_file.h"
 
+#include <cerrno>
+
+#include "support/watch.h"
+
 namespace auspool::testing {
 
 std::string bytes_of(const audict *data) {
   std::size_t size = 0;
   const auto *bytes = static_cast<const char *>(audict_data(data, &size));
   return {bytes, size};
+}
+
+std::string printed(const ReadResult &result) {
+  return audict_string(Ref(audict_print(result.dict.get())).get());
+}
+
+bool some_failed_read_gives(const TagFile &file, const std::string &dictionary) {
+  for (int nth = 1; nth < 10; ++nth) {
+    const CallFailer failer("pread", nth, ENXIO);
+    const ReadResult result = file.read();
+    if (result.error == ENXIO && printed(result) == dictionary) return true;
+  }
+  return false;
+}
+
+long bytes_of_reading(const TagFile &file) {
+  const long before = bytes_of_new();
+  file.read();
+  return bytes_of_new() - before;
 }
 
 std::string shown(const audict *value) {

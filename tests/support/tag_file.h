@@ -21,6 +21,9 @@ struct ReadResult {
   std::string operator[](const char *key) const;
 };
 
+// The whole dictionary as audict_print shows it.
+std::string printed(const ReadResult &result);
+
 // Text for one value, as above.
 std::string shown(const audict *value);
 
@@ -38,6 +41,12 @@ private:
   TempDir folder_;
   std::string path_ = folder_.file("file");
 };
+
+// Whether one of the reads from disk can fail so that this dictionary is what comes back with its error.
+bool some_failed_read_gives(const TagFile &file, const std::string &dictionary);
+
+// What a reading asks of memory.
+long bytes_of_reading(const TagFile &file);
 
 ReadResult read_tag(const std::string &bytes);
 ReadResult read_chapters(const std::string &bytes);

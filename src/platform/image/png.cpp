@@ -8,7 +8,7 @@
 namespace auspool::platform {
 namespace {
 
-// The start of every PNG file (PNG specification, 5.2 and 11.2.2): the signature, and the header chunk.
+// The start of every PNG file (ISO/IEC 15948, 5.2 and 11.2.2): the signature, and the header chunk.
 //
 //   0   8  89 "PNG" 0D 0A 1A 0A
 //   8   8  13, "IHDR"

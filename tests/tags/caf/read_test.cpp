@@ -10,27 +10,6 @@
 namespace auspool::testing {
 namespace {
 
-std::string printed(const ReadResult &result) {
-  return audict_string(Ref(audict_print(result.dict.get())).get());
-}
-
-// Whether one of the reads from disk can fail so that this is what comes back with its error.
-bool some_failed_read_gives(const TagFile &file, const std::string &dictionary) {
-  for (int nth = 1; nth < 10; ++nth) {
-    const CallFailer failer("pread", nth, ENXIO);
-    const ReadResult result = file.read();
-    if (result.error == ENXIO && printed(result) == dictionary) return true;
-  }
-  return false;
-}
-
-// What a reading asks of memory.
-long bytes_of_reading(const TagFile &file) {
-  const long before = bytes_of_new();
-  file.read();
-  return bytes_of_new() - before;
-}
-
 struct Case {
   const char *name;
   std::string chunks;
