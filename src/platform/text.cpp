@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <mutex>
 #include <new>
 
 #include "base/utf8.h"
@@ -12,8 +13,10 @@
 namespace auspool::platform {
 namespace {
 
+constexpr std::array kNames = {"UTF-8", "ISO-8859-1", "CP1252", "MACINTOSH", "UTF-16LE", "UTF-16BE"};
+constexpr std::size_t kEncodings = kNames.size();
+
 const char *name_of(Encoding encoding) {
-  constexpr std::array kNames = {"UTF-8", "ISO-8859-1", "CP1252", "MACINTOSH", "UTF-16LE", "UTF-16BE"};
   return kNames[static_cast<std::size_t>(encoding)];
 }
 
@@ -26,10 +29,24 @@ bool is_plain(std::string_view text, Encoding encoding) {
   return !is_utf16(encoding) && std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
 }
 
+// The C library unloads the code of an encoding that nobody has open, and loading it again costs as much as hundreds of
+// conversions. So one descriptor of each encoding stays open.
+void keep_loaded(Encoding encoding) {
+  static std::array<std::once_flag, kEncodings> asked;
+  static std::array<iconv_t, kEncodings> kept;
+  const auto index = static_cast<std::size_t>(encoding);
+  std::call_once(asked[index], [=] { kept[index] = iconv_open("UTF-8", name_of(encoding)); });
+}
+
 class Converter {
 public:
-  Converter(const char *to, const char *from) : state_(iconv_open(to, from)) {
+  enum class Direction { to_utf8, from_utf8 };
+
+  Converter(Encoding encoding, Direction direction)
+      : state_(direction == Direction::to_utf8 ? iconv_open("UTF-8", name_of(encoding))
+                                               : iconv_open(name_of(encoding), "UTF-8")) {
     if (state_ == failed()) throw std::bad_alloc();  // the encodings themselves come with the C library
+    keep_loaded(encoding);
   }
   ~Converter() { iconv_close(state_); }
   Converter(const Converter &) = delete;
@@ -90,7 +107,7 @@ std::optional<std::string> decode_text(std::span<const std::uint8_t> bytes, Enco
   if (is_plain(text, encoding)) return std::string(text);
   if (encoding == Encoding::utf8) return valid_utf8(text) ? std::optional(std::string(text)) : std::nullopt;
   std::string utf8;
-  if (!Converter("UTF-8", name_of(encoding)).convert(text, utf8)) return std::nullopt;
+  if (!Converter(encoding, Converter::Direction::to_utf8).convert(text, utf8)) return std::nullopt;
   return from_library(std::move(utf8), encoding);
 }
 
@@ -99,7 +116,7 @@ std::optional<std::string> encode_text(std::string_view utf8, Encoding encoding)
   const std::string source = for_library(utf8, encoding);
   std::string_view left = source;
   std::string result;
-  if (!Converter(name_of(encoding), "UTF-8").convert(left, result)) return std::nullopt;
+  if (!Converter(encoding, Converter::Direction::from_utf8).convert(left, result)) return std::nullopt;
   return result;
 }
 
@@ -108,7 +125,7 @@ std::string encode_text_with(std::string_view utf8, Encoding encoding, char subs
   const std::string source = for_library(utf8, encoding);
   std::string_view left = source;
   std::string result;
-  Converter converter(name_of(encoding), "UTF-8");
+  Converter converter(encoding, Converter::Direction::from_utf8);
   while (!converter.convert(left, result)) {
     result += substitute;
     left.remove_prefix(std::max<std::size_t>(1, utf8_sequence_length(left)));
