@@ -21,6 +21,10 @@ void dot_many(const DotPass<T> &pass) {
   kernels<DotKernels<T>>().dot_many(pass);
 }
 template <typename T>
+void dot_polyphase(const PolyphasePass<T> &pass) {
+  kernels<DotKernels<T>>().dot_polyphase(pass);
+}
+template <typename T>
 void multiply_add(const T *a, T factor, const T *b, T *out, std::size_t count) {
   kernels<RowKernels<T>>().multiply_add(a, factor, b, out, count);
 }
@@ -76,6 +80,7 @@ void spectrum_multiply_add(SplitInput<T> a, SplitInput<T> b, Split<T> out, std::
   template T dot_strided(const T *, std::ptrdiff_t, const T *, std::size_t);               \
   template T dot_blended(const T *, std::ptrdiff_t, const Blend<T> &, std::size_t);        \
   template void dot_many(const DotPass<T> &);                                              \
+  template void dot_polyphase(const PolyphasePass<T> &);                                   \
   template void multiply_add(const T *, T, const T *, T *, std::size_t);                   \
   template void scale(const T *, T, T *, std::size_t);                                     \
   template void add(const T *, const T *, T *, std::size_t);                               \

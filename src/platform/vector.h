@@ -54,6 +54,24 @@ struct DotPass {
 template <typename T>
 void dot_many(const DotPass<T> &pass);
 
+// The outputs of a polyphase filter in one pass. Output k stands at phase + k * down in steps of 1 / up of a sample:
+//   out[k * out_stride] = dot(window + (phase + k * down) / up, rows + (phase + k * down) % up * count, count)
+// Outputs of equal phase share their row. `phase` is below `up`, and `out` must not overlap the inputs.
+template <typename T>
+struct PolyphasePass {
+  const T *window;
+  const T *rows;  // `up` of them, `count` samples each
+  std::size_t count;
+  std::size_t up;
+  std::size_t down;
+  std::size_t phase;
+  T *out;
+  std::ptrdiff_t out_stride;
+  std::size_t outputs;
+};
+template <typename T>
+void dot_polyphase(const PolyphasePass<T> &pass);
+
 // out[i] = a[i] * factor + b[i]
 template <typename T>
 void multiply_add(const T *a, T factor, const T *b, T *out, std::size_t count);

@@ -53,10 +53,9 @@ std::int32_t polyphase_decimator_process(void *state, const void *shared, void *
   const auto *filter = static_cast<const Sample *>(shared);
   auto *next_out = static_cast<Sample *>(out);
   std::int64_t written = 0;
-  block.run([&](const Sample *samples, std::int64_t available, std::int64_t start) {
-    if (start + s.length > available) return start;
-    const std::int64_t outputs = (available - s.length - start) / s.down + 1;
-    vector::dot_many<Sample>({.a = samples + start,
+  block.run([&](const Sample *samples, std::int64_t available) {
+    const std::int64_t outputs = available < s.length ? 0 : (available - s.length) / s.down + 1;
+    vector::dot_many<Sample>({.a = samples,
                               .a_hop = s.down,
                               .b = filter,
                               .b_hop = 0,
@@ -65,7 +64,7 @@ std::int32_t polyphase_decimator_process(void *state, const void *shared, void *
                               .out_stride = out_stride,
                               .outputs = static_cast<std::size_t>(outputs)});
     written += outputs;
-    return start + outputs * s.down;
+    return outputs * s.down;
   });
   return static_cast<std::int32_t>(written);
 }

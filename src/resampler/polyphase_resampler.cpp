@@ -36,48 +36,31 @@ public:
         out_(static_cast<Sample *>(out)),
         out_stride_(out_stride) {}
 
-  // As WindowLine::run wants it. Outputs that lie `up` apart share a row of the filter, and their windows lie `down`
-  // samples apart: one pass gives them all.
-  std::int64_t operator()(const Sample *samples, std::int64_t available, std::int64_t start) {
-    const std::int64_t outputs = outputs_within(state_, available - start - state_.taps + 1);
-    const std::int32_t step = state_.down / state_.up;
-    const std::int32_t rest = state_.down % state_.up;
-    const Sample *window = samples + start;
-    std::int32_t phase = state_.phase;
-    for (std::int64_t first = 0; first < std::min<std::int64_t>(outputs, state_.up); ++first) {
-      pass(window, phase, written_ + first, (outputs - first - 1) / state_.up + 1);
-      window += step;
-      phase += rest;
-      if (phase >= state_.up) {
-        phase -= state_.up;
-        ++window;
-      }
-    }
+  // As WindowLine::run wants it.
+  std::int64_t operator()(const Sample *samples, std::int64_t available) {
+    const std::int64_t outputs = outputs_within(state_, available - state_.taps + 1);
+    vector::dot_polyphase<Sample>({.window = samples,
+                                   .rows = filter_,
+                                   .count = static_cast<std::size_t>(state_.taps),
+                                   .up = static_cast<std::size_t>(state_.up),
+                                   .down = static_cast<std::size_t>(state_.down),
+                                   .phase = static_cast<std::size_t>(state_.phase),
+                                   .out = out_ + written_ * out_stride_,
+                                   .out_stride = out_stride_,
+                                   .outputs = static_cast<std::size_t>(outputs)});
     written_ += outputs;
     const std::int64_t reached = state_.phase + outputs * state_.down;
     state_.phase = static_cast<std::int32_t>(reached % state_.up);
-    return start + reached / state_.up;
+    return reached / state_.up;
   }
 
   std::int32_t written() const { return static_cast<std::int32_t>(written_); }
 
 private:
-  void pass(const Sample *window, std::int32_t phase, std::int64_t first, std::int64_t outputs) {
-    const auto taps = static_cast<std::size_t>(state_.taps);
-    vector::dot_many<Sample>({.a = window,
-                              .a_hop = state_.down,
-                              .b = filter_ + static_cast<std::size_t>(phase) * taps,
-                              .b_hop = 0,
-                              .count = taps,
-                              .out = out_ + first * out_stride_,
-                              .out_stride = std::ptrdiff_t{state_.up} * out_stride_,
-                              .outputs = static_cast<std::size_t>(outputs)});
-  }
-
   polyphase_resampler &state_;
   const Sample *const filter_;
   Sample *const out_;
-  const std::int32_t out_stride_;
+  const std::ptrdiff_t out_stride_;
   std::int64_t written_ = 0;
 };
 

@@ -1,7 +1,6 @@
 #include "resampler/sinc_resampler.h"
 
 #include <cmath>
-#include <type_traits>
 
 #include "platform/vector.h"
 #include "resampler/direct_filter.h"
@@ -23,33 +22,8 @@ bool is_ratio(double ratio) {
   return ratio >= 1.0 / 65536 && ratio <= 65536;
 }
 
-// Where in the table the row of weights begins, and how far on to the next step.
-struct TableRow {
-  std::int32_t index;
-  double fraction;
-};
-
-template <typename Sample>
-TableRow find_row(const sinc_table<Sample> &table, double steps, std::int32_t count) {
-  const double base = std::floor(steps);
-  const std::int32_t step = static_cast<std::int32_t>(base) - kSincResolution * count + table.centre_offset;
-  return {step % kSincResolution * table.taps + step / kSincResolution, steps - base};
-}
-
 constexpr std::int32_t first_tap(std::int32_t taps) {
   return (~taps & 1) - (taps >> 1);
-}
-
-// The whole sum for the short table. Partial sums of their own break the chain of additions.
-float sinc15_dot_product(const float *samples, const sinc_table<float> &table, double position) {
-  constexpr std::int32_t kLast = 14;
-  const TableRow row = find_row(table, (position - first_tap(15)) * kSincResolution, kLast);
-  const float *values = table.values + row.index;
-  const float *deltas = table.deltas + row.index;
-  const auto fraction = static_cast<float>(row.fraction);
-  float sums[5] = {};
-  for (int t = 0; t <= kLast; ++t) sums[t % 5] += (values[t] + deltas[t] * fraction) * samples[kLast - t];
-  return ((sums[0] + sums[1]) + (sums[2] + sums[3])) + sums[4];
 }
 
 // Gives outputs from windows and moves the position on.
@@ -59,41 +33,43 @@ public:
   Outputs(sinc_resampler &state, const void *table, void *work, void *out, std::int32_t out_stride)
       : state_(state),
         table_(*static_cast<const sinc_table<Sample> *>(table)),
-        work_(static_cast<Sample *>(work)),
+        reversed_(static_cast<Sample *>(work)),
         out_(static_cast<Sample *>(out)),
         out_stride_(out_stride) {}
 
-  // As WindowLine::run wants it.
-  std::int64_t operator()(const Sample *samples, std::int64_t available, std::int64_t start) {
+  // As WindowLine::run wants it. Weights lie in the table from the newest sample to the oldest, so the samples are
+  // turned round once for all the windows that read them.
+  std::int64_t operator()(const Sample *samples, std::int64_t available) {
+    const Sample *newest = samples + available - 1;
+    vector::copy(newest, -1, reversed_, 1, static_cast<std::size_t>(available));
+    const Sample *oldest = reversed_ + available - 1;
+    const std::int32_t first = first_tap(state_.taps);
+    const std::int32_t last = state_.taps >> 1;
     const double step = 1.0 / state_.ratio;
     double position = state_.position;
+    std::int64_t start = 0;
     while (start + state_.taps <= available) {
-      out_[written_++ * out_stride_] = sum(samples + start, position);
+      *out_ = sinc_dot_product(oldest - start, -1, first, last, table_, position);
+      out_ += out_stride_;
+      ++written_;
       position += step;
-      const double whole = std::floor(position);
-      start += static_cast<std::int64_t>(whole);
-      position -= whole;
+      const auto whole = static_cast<std::int64_t>(position);
+      start += whole;
+      position -= static_cast<double>(whole);
     }
     state_.position = position;
     return start;
   }
 
-  std::int32_t written() const { return static_cast<std::int32_t>(written_); }
+  std::int32_t written() const { return written_; }
 
 private:
-  Sample sum(const Sample *window, double position) const {
-    if constexpr (std::is_same_v<Sample, float>) {
-      if (state_.taps == 15) return sinc15_dot_product(window, table_, position);
-    }
-    return sinc_dot_product(window, 1, first_tap(state_.taps), state_.taps >> 1, table_, work_, position);
-  }
-
   sinc_resampler &state_;
   const sinc_table<Sample> &table_;
-  Sample *const work_;
-  Sample *const out_;
+  Sample *const reversed_;
+  Sample *out_;
   const std::ptrdiff_t out_stride_;
-  std::int64_t written_ = 0;
+  std::int32_t written_ = 0;
 };
 
 // A ratio of 1 with no fraction left makes the stage a delay of half its taps.
@@ -115,27 +91,20 @@ std::int32_t copy_block(WindowLine<Sample> &block, const sinc_resampler &s, std:
 
 template <typename Sample>
 Sample sinc_dot_product(const Sample *samples, std::int32_t stride, std::int32_t first, std::int32_t last,
-                        const sinc_table<Sample> &table, Sample *work, double position) {
-  if (work) {
-    const std::int32_t count = last - first;
-    const TableRow row = find_row(table, (position - first) * kSincResolution, count);
-    const auto terms = static_cast<std::size_t>(count) + 1;
-    vector::multiply_add(table.deltas + row.index, static_cast<Sample>(row.fraction), table.values + row.index, work,
-                         terms);
-    return vector::dot_strided(samples + std::ptrdiff_t{count} * stride, -std::ptrdiff_t{stride}, work, terms);
-  }
-  Sample sum = 0;
-  for (std::int32_t tap = first; tap <= last; ++tap) {
-    const TableRow row = find_row(table, (position - tap) * kSincResolution, 0);
-    const Sample weight = table.deltas[row.index] * static_cast<Sample>(row.fraction) + table.values[row.index];
-    sum += weight * samples[std::ptrdiff_t{tap - first} * stride];
-  }
-  return sum;
+                        const sinc_table<Sample> &table, double position) {
+  const std::int32_t count = last - first;
+  const double steps = (position - first) * kSincResolution;
+  const auto base = static_cast<std::int32_t>(steps);
+  const std::int32_t step = base - kSincResolution * count + table.centre_offset;
+  const std::int32_t row = step % kSincResolution * table.taps + step / kSincResolution;
+  const vector::Blend<Sample> weights = {table.values + row, table.deltas + row, static_cast<Sample>(steps - base)};
+  return vector::dot_blended(samples + std::ptrdiff_t{count} * stride, -std::ptrdiff_t{stride}, weights,
+                             static_cast<std::size_t>(count) + 1);
 }
 template float sinc_dot_product(const float *, std::int32_t, std::int32_t, std::int32_t, const sinc_table<float> &,
-                                float *, double);
+                                double);
 template double sinc_dot_product(const double *, std::int32_t, std::int32_t, std::int32_t, const sinc_table<double> &,
-                                 double *, double);
+                                 double);
 
 void sinc_resampler_destroy(void *state) {
   delete static_cast<sinc_resampler *>(state);
@@ -189,8 +158,9 @@ void sinc_resampler_set_drift_ratio(void *state, double ratio) {
 
 namespace {
 
+// Room for a line and a piece of a block.
 std::size_t work_bytes(std::int32_t sample_size, std::int32_t taps) {
-  return static_cast<std::size_t>(taps) * static_cast<std::size_t>(sample_size);
+  return static_cast<std::size_t>(taps - 1 + piece_samples(sample_size)) * static_cast<std::size_t>(sample_size);
 }
 
 }  // namespace

@@ -32,12 +32,11 @@ std::int32_t sinc_resampler_process(void *state, const void *shared, void *work,
 void sinc_resampler_set_drift_ratio(void *state, double ratio);
 void *sinc_resampler_alloc_workbuffer(const void *state);
 
-// The sum over the taps `first` to `last` of an output `position` behind its window's middle, tap 0: `samples` begin
-// with the oldest, which meets tap `first`. With `work`, room for as many samples as there are taps,
-// the weights are blended there a row at a time; without, they are looked up one by one.
+// The sum over the taps `first` to `last` of an output `position` behind its window's middle, which is tap 0. `samples`
+// begin with the one of tap `first`, the oldest. `position` is not before it.
 template <typename Sample>
 Sample sinc_dot_product(const Sample *samples, std::int32_t stride, std::int32_t first, std::int32_t last,
-                        const sinc_table<Sample> &table, Sample *work, double position);
+                        const sinc_table<Sample> &table, double position);
 inline constexpr auto &sinc_dot_productF32 = sinc_dot_product<float>;
 inline constexpr auto &sinc_dot_productF64 = sinc_dot_product<double>;
 

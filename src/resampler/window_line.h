@@ -1,10 +1,10 @@
 // The delay line of the direct stages, whose outputs are sums over a window of consecutive input samples that moves on
 // from output to output.
 //
-// A stage keeps the last samples of the blocks before, at most one less than the window. Behind them in the same memory
-// there is room to lay the beginning of a block, so that every window is contiguous wherever a block began: an output
-// is one sum over one row, and comes out the same however the stream was cut. The rest of a block is used where it
-// lies; only a block with a stride is laid out piece by piece, since each of its samples is read many times.
+// A stage keeps the last samples of the blocks before, at most one less than the window. Blocks are laid out behind
+// them in the same memory, piece by piece, so that every window is contiguous wherever a block began: an output is one
+// sum over one row, and comes out the same however the stream was cut. A copy is cheap beside that: each sample is read
+// by dozens of outputs, and outputs that share a row of the filter run together when many windows lie in one piece.
 #pragma once
 
 #include <algorithm>
@@ -17,13 +17,13 @@
 
 namespace auspool {
 
-// How many samples of a block are laid out at a time.
-constexpr std::int32_t line_room(std::int32_t window) {
-  return std::max(window - 1, 256);
+// How many samples of a block are laid out at a time: what stages hand to one another in a round.
+constexpr std::int32_t piece_samples(std::int32_t sample_size) {
+  return 8192 / sample_size;
 }
 
 inline Block<std::byte> make_line(std::int32_t sample_size, std::int32_t window) {
-  const std::size_t samples = static_cast<std::size_t>(window - 1) + static_cast<std::size_t>(line_room(window));
+  const auto samples = static_cast<std::size_t>(window - 1 + piece_samples(sample_size));
   return make_block<std::byte>(samples * static_cast<std::size_t>(sample_size));
 }
 
@@ -60,21 +60,16 @@ public:
     return count_ > 0 && top_up();
   }
 
-  // Calls `run(samples, available, start)` for contiguous stretches of the line and the block. It gives the outputs of
-  // all windows from `start` on that end within `available` samples, and returns where the first one begins that does
-  // not.
+  // Calls `run(samples, available)` for one contiguous stretch of the line and the block after the other. It gives the
+  // outputs of all windows that lie within the `available` samples, beginning with the first, and returns where the
+  // first window begins that does not.
   template <typename Run>
   void run(Run run) {
     do {
-      const std::int32_t laid = std::min(count_, in_stride_ == 1 ? past() : line_room(window_));
+      const std::int32_t laid = std::min(count_, piece_samples(sizeof(Sample)));
       copy_samples(sizeof(Sample), in_, in_stride_, line_ + past(), 1, laid);
-      std::int64_t next = run(line_, std::int64_t{past()} + laid, std::int64_t{0}) - past();
-      std::int32_t used = laid;
-      if (in_stride_ == 1 && count_ > laid) {
-        next = run(in_, std::int64_t{count_}, next);
-        used = count_;
-      }
-      advance(next, used);
+      const std::int64_t next = run(line_, std::int64_t{past()} + laid);
+      advance(next - past(), laid);
     } while (count_ > 0 && top_up());
   }
 

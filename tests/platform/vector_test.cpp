@@ -132,6 +132,32 @@ TYPED_TEST(VectorOf, ManyDotsHaveTheBitsOfEachAlone) {
   });
 }
 
+TYPED_TEST(VectorOf, PolyphaseOutputsHaveTheBitsOfEachDot) {
+  on_every_target([] {
+    struct Factors {
+      std::size_t up, down;
+    };
+    for (const std::size_t count : {1U, 7U, 8U, 53U, 99U}) {
+      for (const Factors f : {Factors{1, 1}, {1, 3}, {2, 1}, {5, 3}, {3, 7}, {4, 6}, {40, 43}}) {
+        for (const std::size_t outputs : {0U, 1U, 3U, 11U, 30U}) {
+          const std::size_t phase = f.up / 2;
+          const auto window = samples<TypeParam>(count + (phase + outputs * f.down) / f.up, 4);
+          const auto rows = samples<TypeParam>(count * f.up, 5);
+          std::vector<TypeParam> out(2 * 30 + 1, 7);
+          dot_polyphase<TypeParam>({window.data(), rows.data(), count, f.up, f.down, phase, out.data(), 2, outputs});
+          for (std::size_t k = 0; k < outputs; ++k) {
+            const std::size_t place = phase + k * f.down;
+            EXPECT_EQ(out[2 * k], dot(window.data() + place / f.up, rows.data() + place % f.up * count, count))
+                << count << " terms, output " << k << " of " << outputs << ", " << f.up << '/' << f.down;
+            out[2 * k] = 7;
+          }
+          EXPECT_EQ(std::count(out.begin(), out.end(), TypeParam(7)), 61) << "wrote between its outputs";
+        }
+      }
+    }
+  });
+}
+
 TYPED_TEST(VectorOf, RowsAreComputedElementByElement) {
   using T = TypeParam;
   on_every_target([] {

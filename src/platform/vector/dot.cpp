@@ -18,6 +18,7 @@ namespace auspool::vector::HWY_NAMESPACE {
 using reference::dot;
 using reference::dot_blended;
 using reference::dot_many;
+using reference::dot_polyphase;
 using reference::dot_strided;
 
 #else
@@ -161,7 +162,7 @@ constexpr std::size_t kOutputs = 2;
 constexpr std::size_t kOutputs = 4;
 #endif
 
-// `kOutputs` rows, `hop` apart, each times the row `shared`.
+// Rows, `hop` apart, each times the row `shared`.
 template <typename T>
 struct Group {
   const T *rows;
@@ -172,25 +173,25 @@ struct Group {
 };
 
 // Adds the products of one vector of the shared row to one sum of each output.
-template <typename T>
+template <std::size_t kRows, typename T>
 HWY_INLINE void accumulate_group(const Group<T> &group, std::size_t i, Vec<T> Sums<T>::*sum, Sums<T> *sums) {
   const Tag<T> d;
   const Vec<T> factor = hn::LoadU(d, group.shared + i);
 #pragma GCC unroll 4
-  for (std::size_t r = 0; r < kOutputs; ++r) {
+  for (std::size_t r = 0; r < kRows; ++r) {
     sums[r].*sum = hn::MulAdd(factor, hn::LoadU(d, group.row(r) + i), sums[r].*sum);
   }
 }
 
 // Writes the totals of one group, the lanes of several added at once.
-template <typename T>
+template <std::size_t kRows, typename T>
 HWY_INLINE void store_totals(const Sums<T> *sums, T *out, std::ptrdiff_t out_stride) {
   const Tag<T> d;
   HWY_ALIGN T totals[HWY_MAX(hn::MaxLanes(d), kOutputs)];
   Vec<T> pairs = add_pairs<T>(sums[0].lanes(), sums[1].lanes());
   std::size_t n = hn::Lanes(d) / 2;
-  if constexpr (kOutputs == 4) {
-    const Vec<T> more = add_pairs<T>(sums[2].lanes(), sums[3].lanes());
+  if constexpr (kRows > 2) {
+    const Vec<T> more = add_pairs<T>(sums[2].lanes(), sums[kRows - 1].lanes());
     if (n == 1) {
       hn::Store(more, d, totals + 2);
     } else {
@@ -200,54 +201,91 @@ HWY_INLINE void store_totals(const Sums<T> *sums, T *out, std::ptrdiff_t out_str
   }
   for (; n > 1; n /= 2) pairs = add_pairs<T>(pairs, pairs);
   hn::Store(pairs, d, totals);
-  for (std::size_t r = 0; r < kOutputs; ++r) out[static_cast<std::ptrdiff_t>(r) * out_stride] = totals[r];
+  for (std::size_t r = 0; r < kRows; ++r) out[static_cast<std::ptrdiff_t>(r) * out_stride] = totals[r];
 }
 
-template <typename T>
+template <std::size_t kRows, typename T>
 HWY_INLINE void dot_group(const Group<T> &group, std::size_t count, T *out, std::ptrdiff_t out_stride) {
   const Tag<T> d;
   const std::size_t lanes = hn::Lanes(d);
-  Sums<T> sums[kOutputs];
+  Sums<T> sums[kRows];
   for (auto &s : sums) s = no_sums<T>();
   std::size_t i = 0;
   for (; i + 4 * lanes <= count; i += 4 * lanes) {
-    accumulate_group(group, i, &Sums<T>::sum0, sums);
-    accumulate_group(group, i + lanes, &Sums<T>::sum1, sums);
-    accumulate_group(group, i + 2 * lanes, &Sums<T>::sum2, sums);
-    accumulate_group(group, i + 3 * lanes, &Sums<T>::sum3, sums);
+    accumulate_group<kRows>(group, i, &Sums<T>::sum0, sums);
+    accumulate_group<kRows>(group, i + lanes, &Sums<T>::sum1, sums);
+    accumulate_group<kRows>(group, i + 2 * lanes, &Sums<T>::sum2, sums);
+    accumulate_group<kRows>(group, i + 3 * lanes, &Sums<T>::sum3, sums);
   }
   std::size_t rest = count - i;
-  if (rest >= lanes) accumulate_group(group, i, &Sums<T>::sum0, sums);
-  if (rest >= 2 * lanes) accumulate_group(group, i + lanes, &Sums<T>::sum1, sums);
-  if (rest >= 3 * lanes) accumulate_group(group, i + 2 * lanes, &Sums<T>::sum2, sums);
+  if (rest >= lanes) accumulate_group<kRows>(group, i, &Sums<T>::sum0, sums);
+  if (rest >= 2 * lanes) accumulate_group<kRows>(group, i + lanes, &Sums<T>::sum1, sums);
+  if (rest >= 3 * lanes) accumulate_group<kRows>(group, i + 2 * lanes, &Sums<T>::sum2, sums);
   i += rest / lanes * lanes;
   rest %= lanes;
   if (rest != 0) {
     const Vec<T> factor = load_some(group.shared + i, rest);
 #pragma GCC unroll 4
-    for (std::size_t r = 0; r < kOutputs; ++r) {
+    for (std::size_t r = 0; r < kRows; ++r) {
       sums[r].sum3 = hn::MulAdd(factor, load_some(group.row(r) + i, rest), sums[r].sum3);
     }
   }
-  store_totals(sums, out, out_stride);
+  store_totals<kRows>(sums, out, out_stride);
+}
+
+// Groups of as many outputs as have registers, then what is left as a smaller group.
+template <typename T>
+HWY_INLINE void dot_groups(Group<T> group, std::size_t count, T *out, std::ptrdiff_t out_stride, std::size_t left) {
+  constexpr auto kStep = static_cast<std::ptrdiff_t>(kOutputs);
+  for (; left >= kOutputs; left -= kOutputs, out += kStep * out_stride) {
+    dot_group<kOutputs>(group, count, out, out_stride);
+    group.rows += kStep * group.hop;
+  }
+  if (kOutputs > 3 && left == 3) {
+    dot_group<HWY_MIN(3, kOutputs)>(group, count, out, out_stride);
+  } else if (kOutputs > 2 && left == 2) {
+    dot_group<2>(group, count, out, out_stride);
+  } else if (left == 1) {
+    *out = dot(group.rows, group.shared, count);
+  }
 }
 
 template <typename T>
 void dot_many(const DotPass<T> &pass) {
-  Group<T> group{pass.a, pass.a_hop, pass.b};
-  if (pass.a_hop == 0) group = {pass.b, pass.b_hop, pass.a};
-  std::size_t k = 0;
-  T *out = pass.out;
-  if (pass.a_hop == 0 || pass.b_hop == 0) {
-    constexpr auto kStep = static_cast<std::ptrdiff_t>(kOutputs);
-    for (; k + kOutputs <= pass.outputs; k += kOutputs, out += kStep * pass.out_stride) {
-      dot_group(group, pass.count, out, pass.out_stride);
-      group.rows += kStep * group.hop;
+  if (pass.b_hop == 0) {
+    dot_groups(Group<T>{pass.a, pass.a_hop, pass.b}, pass.count, pass.out, pass.out_stride, pass.outputs);
+  } else if (pass.a_hop == 0) {
+    dot_groups(Group<T>{pass.b, pass.b_hop, pass.a}, pass.count, pass.out, pass.out_stride, pass.outputs);
+  } else {
+    T *out = pass.out;
+    for (std::size_t k = 0; k < pass.outputs; ++k, out += pass.out_stride) {
+      const auto row = static_cast<std::ptrdiff_t>(k);
+      *out = dot(pass.a + row * pass.a_hop, pass.b + row * pass.b_hop, pass.count);
     }
   }
-  for (; k < pass.outputs; ++k, out += pass.out_stride) {
-    const auto row = static_cast<std::ptrdiff_t>(k);
-    *out = dot(pass.a + row * pass.a_hop, pass.b + row * pass.b_hop, pass.count);
+}
+
+// Outputs that lie `up` apart share a row, and their windows lie `down` samples apart.
+template <typename T>
+void dot_polyphase(const PolyphasePass<T> &pass) {
+  const std::size_t step = pass.down / pass.up;
+  const std::size_t rest = pass.down % pass.up;
+  const std::size_t rounds = pass.outputs / pass.up;
+  const std::size_t extra = pass.outputs % pass.up;
+  const std::ptrdiff_t stride = static_cast<std::ptrdiff_t>(pass.up) * pass.out_stride;
+  const auto hop = static_cast<std::ptrdiff_t>(pass.down);
+  const T *window = pass.window;
+  std::size_t phase = pass.phase;
+  T *out = pass.out;
+  for (std::size_t k = 0; k < HWY_MIN(pass.outputs, pass.up); ++k, out += pass.out_stride) {
+    const Group<T> group{window, hop, pass.rows + phase * pass.count};
+    dot_groups(group, pass.count, out, stride, rounds + (k < extra ? 1 : 0));
+    window += step;
+    phase += rest;
+    if (phase >= pass.up) {
+      phase -= pass.up;
+      ++window;
+    }
   }
 }
 
@@ -255,7 +293,7 @@ void dot_many(const DotPass<T> &pass) {
 
 template <typename T>
 HWY_INLINE const DotKernels<T> *table() {
-  static constexpr DotKernels<T> kTable = {dot<T>, dot_strided<T>, dot_blended<T>, dot_many<T>};
+  static constexpr DotKernels<T> kTable = {dot<T>, dot_strided<T>, dot_blended<T>, dot_many<T>, dot_polyphase<T>};
   return &kTable;
 }
 const DotKernels<float> *dot_table_float() {

@@ -37,6 +37,15 @@ void dot_many(const DotPass<T> &pass) {
 }
 
 template <typename T>
+void dot_polyphase(const PolyphasePass<T> &pass) {
+  for (std::size_t k = 0; k < pass.outputs; ++k) {
+    const std::size_t place = pass.phase + k * pass.down;
+    pass.out[static_cast<std::ptrdiff_t>(k) * pass.out_stride] =
+        dot(pass.window + place / pass.up, pass.rows + place % pass.up * pass.count, pass.count);
+  }
+}
+
+template <typename T>
 void multiply_add(const T *a, T factor, const T *b, T *out, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) out[i] = a[i] * factor + b[i];
 }

@@ -14,6 +14,7 @@ struct DotKernels {
   T (*dot_strided)(const T *a, std::ptrdiff_t a_stride, const T *b, std::size_t count);
   T (*dot_blended)(const T *a, std::ptrdiff_t a_stride, const Blend<T> &b, std::size_t count);
   void (*dot_many)(const DotPass<T> &pass);
+  void (*dot_polyphase)(const PolyphasePass<T> &pass);
 };
 
 template <typename T>
