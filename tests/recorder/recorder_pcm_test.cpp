@@ -371,7 +371,8 @@ TEST(RecorderPCM, TagsOfEachFileStandBetweenHeaderAndAudio) {
 }
 
 TEST(RecorderPCM, ADictionaryBecomesTheTagsOfItsContainer) {
-  for (const auto &[type, kind] : {std::pair(AuRecOutputTypeAIFF, kTagKindAIFF), {AuRecOutputTypeWAVE, kTagKindWAVE}}) {
+  for (const TagKind kind : {kTagKindAIFF, kTagKindWAVE}) {
+    const AuRecOutputType type = kind == kTagKindAIFF ? AuRecOutputTypeAIFF : AuRecOutputTypeWAVE;
     audict *const dictionary = audict_create();
     audict_set_string(dictionary, "Title", "Night Train");
     const TagBlock block = [&] {
