@@ -1,6 +1,9 @@
 #include "platform/thread.h"
 
+#include <cerrno>
 #include <csignal>
+#include <memory>
+#include <new>
 
 namespace auspool::platform {
 namespace {
@@ -24,11 +27,26 @@ public:
     pthread_attr_setsigmask_np(&attributes_, &all);
   }
 
+  void detach() { pthread_attr_setdetachstate(&attributes_, PTHREAD_CREATE_DETACHED); }
+
   const pthread_attr_t *get() const { return &attributes_; }
 
 private:
   pthread_attr_t attributes_;
 };
+
+struct Task {
+  const char *name;
+  void (*run)(void *);
+  void *argument;
+};
+
+void *run_task(void *task) {
+  const Task own = *std::unique_ptr<Task>(static_cast<Task *>(task));
+  pthread_setname_np(pthread_self(), own.name);
+  own.run(own.argument);
+  return nullptr;
+}
 
 }  // namespace
 
@@ -53,6 +71,19 @@ void *Thread::enter(void *self) {
   const Thread &thread = *static_cast<Thread *>(self);
   thread.run_(thread.argument_);
   return nullptr;
+}
+
+int start_detached(const char *name, void (*run)(void *), void *argument) {
+  std::unique_ptr<Task> task(new (std::nothrow) Task{name, run, argument});
+  if (!task) return ENOMEM;
+  Attributes attributes;
+  attributes.block_all_signals();
+  attributes.detach();
+  pthread_t thread;
+  const int error = pthread_create(&thread, attributes.get(), run_task, task.get());
+  if (error != 0) return error;
+  (void)task.release();  // the thread's
+  return 0;
 }
 
 }  // namespace auspool::platform

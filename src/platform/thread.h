@@ -34,4 +34,7 @@ private:
   void *argument_ = nullptr;
 };
 
+// Runs `run(argument)` on such a thread that nobody waits for. `name` must live on. 0, or an errno value.
+int start_detached(const char *name, void (*run)(void *), void *argument);
+
 }  // namespace auspool::platform

@@ -1,0 +1,157 @@
+// Fragmented files: an empty index at the front, then fragments of about five seconds, each with its own index.
+//
+// A fragment is open from its first packet until it is full or the file ends:
+//
+//   Closed  count is 0   first packet: reserve `free` for the index, begin an mdat of unknown size    Open
+//   Open    count > 0    full, or the file ends: the sizes go in, `free` becomes `moof`               Closed
+#include <algorithm>
+#include <memory>
+#include <numeric>
+
+#include "base/four_cc.h"
+#include "m4a/moov.h"
+#include "m4a/record.h"
+
+namespace auspool::m4a {
+namespace {
+
+constexpr std::size_t kMoofHeaderWords = 17;
+constexpr long kNameBytes = 8;  // a name is an atom's size and type
+
+std::uint32_t index_size(const m4a_t &m4a) {
+  return static_cast<std::uint32_t>(4 * kMoofHeaderWords) + 8 * static_cast<std::uint32_t>(m4a.fragment_samples);
+}
+
+// About five seconds; all sizes of a fragment stand in one node.
+std::int32_t packets_of_fragment(std::uint32_t sample_rate, std::uint32_t packet_frames) {
+  const float packets = static_cast<float>(sample_rate) * 5.0f / static_cast<float>(packet_frames);
+  if (!(packets > 10.0f)) return 10;
+  return static_cast<std::int32_t>(std::min(packets, static_cast<float>(SampleSizes::kUsed)));
+}
+
+//  0 size 40   4 "mvex"   8 size 32   12 "trex"   16 version and flags   20 track   24 description
+// 28 frames of a packet   32 size of a packet: they differ   36 flags
+Words create_mvex(std::uint32_t packet_frames) {
+  return {40, four_cc("mvex"), 32, four_cc("trex"), 0, 1, 1, packet_frames, 0, 0};
+}
+
+// With room for `fragment_samples` packets, of which it may hold fewer: what is left is a `free` at its end.
+//  0 size   4 "moof"    8 size 16   12 "mfhd"  16 version and flags   20 number of the fragment
+// 24 size   28 "traf"  32 size 16   36 "tfhd"  40 flags: offsets count from here   44 track
+// 48 size   52 "trun"  56 flags: offset, durations and sizes are there   60 packets   64 offset of the first
+// 68 frames and size of each packet
+void build_moof(const m4a_t &m4a, std::span<std::uint32_t> moof) {
+  const SampleSizes &sizes = *m4a.sample_sizes;
+  const auto size = static_cast<std::uint32_t>(moof.size_bytes()), count = static_cast<std::uint32_t>(sizes.count);
+  const auto sequence = static_cast<std::uint32_t>(m4a.fragment_sequence);
+  const std::uint32_t header[kMoofHeaderWords] = {
+      size,
+      four_cc("moof"),
+      16,
+      four_cc("mfhd"),
+      0,
+      sequence,
+      44 + 8 * count,
+      four_cc("traf"),
+      16,
+      four_cc("tfhd"),
+      0x00020000,
+      1,
+      20 + 8 * count,
+      four_cc("trun"),
+      0x00000301,
+      count,
+      size + kDataHeaderBytes,
+  };
+  auto at = std::copy(std::begin(header), std::end(header), moof.begin());
+  for (std::uint32_t i = 0; i < count; ++i) {
+    *at++ = m4a.packet_frames;
+    *at++ = static_cast<std::uint32_t>(sizes.sizes[i]);
+  }
+  if (at == moof.end()) return;
+  at[0] = static_cast<std::uint32_t>(4 * (moof.end() - at));
+  at[1] = four_cc("free");
+}
+
+// The index of one fragment and the header of its mdat, which follows it at once.
+class Index {
+public:
+  explicit Index(const m4a_t &m4a) : moof_words_(index_size(m4a) / 4) { data_header()[1] = four_cc("mdat"); }
+
+  std::span<std::uint32_t> moof() { return {words_, moof_words_}; }
+  std::span<std::uint32_t> data_header() { return {words_ + moof_words_, kDataHeaderBytes / 4}; }
+  std::span<const std::uint32_t> name() const { return {words_, kNameBytes / 4}; }
+  std::span<const std::uint32_t> behind_name() const { return all().subspan(kNameBytes / 4); }
+  std::span<const std::uint32_t> all() const { return {words_, moof_words_ + kDataHeaderBytes / 4}; }
+
+private:
+  std::size_t moof_words_;
+  std::uint32_t words_[kMoofHeaderWords + 2 * SampleSizes::kUsed + kDataHeaderBytes / 4] = {};
+};
+
+void open_fragment(m4a_t &m4a) {
+  m4a.fragment_offset = std::ftell(m4a.file);
+  Index reserved(m4a);
+  reserved.moof()[0] = index_size(m4a);
+  reserved.moof()[1] = four_cc("free");
+  write(m4a.file, reserved.all());
+}
+
+// The index is on the disk behind the name `free` before its name becomes `moof`: whatever the moment of a crash, a
+// reader skips the fragment or finds it whole.
+void close_fragment(m4a_t &m4a) {
+  SampleSizes &sizes = *m4a.sample_sizes;
+  Index index(m4a);
+  build_moof(m4a, index.moof());
+  index.data_header()[0] = static_cast<std::uint32_t>(
+      std::accumulate(sizes.sizes, sizes.sizes + sizes.count, static_cast<std::int32_t>(kDataHeaderBytes)));
+
+  const std::int64_t end = std::ftell(m4a.file);
+  std::fseek(m4a.file, m4a.fragment_offset + kNameBytes, SEEK_SET);
+  const bool whole =
+      write(m4a.file, index.behind_name()) == index.behind_name().size_bytes() && std::fflush(m4a.file) == 0;
+  std::fseek(m4a.file, m4a.fragment_offset, SEEK_SET);
+  if (whole) write(m4a.file, index.name());
+  std::fseek(m4a.file, end, SEEK_SET);
+
+  m4a.fragment_duration += static_cast<std::int64_t>(m4a.packet_frames) * sizes.count;
+  sizes.count = 0;
+  ++m4a.fragment_sequence;
+}
+
+bool write_empty_moov(const m4a_t &m4a, const audict *tags, std::int32_t kind) {
+  m4a_pieces pieces;
+  pieces.mvex = create_mvex(m4a.packet_frames);
+  build_pieces(m4a, tags, kind, pieces);
+  return write_pieces(m4a.file, pieces);
+}
+
+}  // namespace
+}  // namespace auspool::m4a
+
+using namespace auspool::m4a;
+
+m4a_t *m4a_begin_fragmented(FILE *file, const audict *tags, int32_t kind, uint32_t channels, uint32_t sample_rate,
+                            uint32_t packet_frames, uint32_t bitrate, int32_t profile) try {
+  if (!file || (kind != M4A_KIND_AAC && kind != M4A_KIND_ALAC)) return nullptr;
+  std::unique_ptr<m4a_t> m4a(create_record(file, channels, sample_rate, packet_frames, bitrate, profile));
+  if (!m4a) return nullptr;
+  m4a->fragment_samples = packets_of_fragment(sample_rate, packet_frames);
+  const bool begun = write_file_type(file) && write_empty_moov(*m4a, tags, kind);
+  return begun ? m4a.release() : nullptr;
+} catch (const std::bad_alloc &) {
+  return nullptr;
+}
+
+void m4a_write_sample_fragmented(m4a_t *m4a, const void *data, int32_t size) {
+  if (size <= 0) return;  // an empty mdat would mean one that reaches to the end of the file
+  SampleSizes &sizes = *m4a->sample_sizes;
+  if (sizes.count == 0) open_fragment(*m4a);
+  append_packet(*m4a, sizes, data, size);
+  if (sizes.count == m4a->fragment_samples) close_fragment(*m4a);
+}
+
+int32_t m4a_finish_fragmented(m4a_t *m4a, int32_t) {
+  if (m4a->sample_sizes->count > 0) close_fragment(*m4a);
+  return 0;
+}
