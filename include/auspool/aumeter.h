@@ -19,12 +19,14 @@
  * Conventions
  * - Decibels are relative to full scale, 1.0: a full-scale square wave has a peak and an RMS of 0. The floor is -120.
  * - Levels rise at once and fall by a number of decibels a second, by the clock: at each block, and at each read for
- * the time since the last block.
+ *   the time since the last block.
  * - Peaks, RMS levels and the clip indicator are read apart. The first read of a kind after a block looks at the levels
  *   and leaves them. Each further read of that kind stores what it returns, and the next starts from there with the
  *   whole time since the block again: the more often a display reads while no audio comes, the faster its levels fall.
- * - One thread processes, and any other may read at the same time; a read may then mix the levels of two blocks.
- * Nothing but aumeter_create and aumeter_destroy allocates, and nothing locks: all else is safe on a real-time thread.
+ * - One thread processes, and any other may read, reset or set the falloff at the same time. What they then see may mix
+ *   the levels of two blocks, and a read that stores what it returns may undo what a block raises at that moment.
+ *   Nothing but aumeter_create and aumeter_destroy allocates, and nothing locks or makes a system call: the
+ *   rest is safe on a real-time thread.
  * - Except where null is said to be accepted, the handle and the result pointers must not be null.
  */
 #ifndef AUSPOOL_AUMETER_H
@@ -47,7 +49,7 @@ AUSPOOL_API void aumeter_destroy(aumeter *meter);
 /* Sets all levels to 0. The fall rate stays. */
 AUSPOOL_API void aumeter_reset(aumeter *meter);
 
-/* The fall of peak and RMS in decibels a second, from now on. Null is ignored. */
+/* The fall of peak and RMS in decibels a second, 0 or more, from now on. Null, and what is not finite, is ignored. */
 AUSPOOL_API void aumeter_set_falloff(aumeter *meter, float decibels_per_second);
 
 /* Takes one block of planar audio. A sample beyond full scale sets the clip indicator to 1 and the peak to full scale;

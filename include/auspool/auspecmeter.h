@@ -18,18 +18,19 @@
  * Conventions
  * - Of a meter of width W, bin k is at k / W of half the sample rate. The two channels are added before they are
  *   analysed: a sine at full scale in both is 0 decibels, in one of them -6. The spectrum is of 2 W samples under a
- * Hann window, W further on each time. The bin at half the sample rate is left out.
+ *   Hann window, W further on each time. The bin at half the sample rate is left out.
  * - Decibels: 0 is full scale. A bin at -80 or above is shown at its level; a quieter one counts as -120. Meter units:
- * 0 at -80 decibels and below, 1 at 0.
+ *   0 at -80 decibels and below, 1 at 0.
  * - Levels rise at once and fall by 20 decibels a second, by the clock: at each update, which a block makes when it
  *   completes at least one spectrum, and at each read for the time since the last update.
  * - The first read after an update looks at the levels and leaves them. Each further read stores what it returns, and
- * the next starts from there with the whole time since the update again. A level below -120 reads as -120; one of just
- * -120 falls like any other. A meter that has not been updated for long thus reads -120 or far less, by turns. Meter
- * units do not show it.
- * - One thread processes, and any other may read at the same time; a read may then mix the levels of two updates.
- * Nothing but auspecmeter_create and auspecmeter_destroy allocates, and nothing locks: all else is safe on a real-time
- * thread, except that the log spectrum prints a message when it is asked for what it cannot give.
+ *   the next starts from there with the whole time since the update again. A level below -120 reads as -120;
+ *   one of just -120 falls like any other. A meter that has not been updated for long thus reads -120 or far less, by
+ *   turns. Meter units do not show it.
+ * - One thread processes, and any other may read or reset at the same time. What they then see may mix the levels of
+ *   two updates, and a read that stores what it returns may undo what a block raises at that moment. Nothing but
+ *   auspecmeter_create and auspecmeter_destroy allocates, and nothing locks or makes a system call: all else is
+ *   safe on a real-time thread, except that the log spectrum prints a message when asked for what it cannot give.
  * - Except where null is said to be accepted, the handle and the pointers must not be null.
  */
 #ifndef AUSPOOL_AUSPECMETER_H

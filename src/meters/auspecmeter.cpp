@@ -3,6 +3,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "base/denormal_guard.h"
 #include "meters/auspecmeter_record.h"
 #include "meters/meter_clock.h"
 #include "meters/power_spectra.h"
@@ -15,8 +16,8 @@ namespace {
 constexpr double kFall = 20;  // decibels per second
 
 // A Hann window at half its usual height: the two channels that are added make up for it.
-std::vector<float> make_window(std::int32_t size) {
-  std::vector<float> window;
+AlignedVector<float> make_window(std::int32_t size) {
+  AlignedVector<float> window;
   for (std::int32_t i = 0; i < size; ++i) {
     window.push_back(static_cast<float>(0.25 * (1 - std::cos(2 * std::numbers::pi * i / (size - 1)))));
   }
@@ -51,17 +52,17 @@ std::int64_t add_spectra(auspecmeter &meter, Rest &rest) {
   return passes;
 }
 
-float fallen(float level, double seconds) {
-  return level < kSpectrumFloor ? kSpectrumFloor : static_cast<float>(static_cast<double>(level) - seconds * kFall);
+// Levels as they are so many seconds after the last update.
+void load_fallen(const auspecmeter &meter, double seconds, float *levels) {
+  meter.levels.load(levels);
+  fall_levels(levels, static_cast<float>(seconds * kFall), meter.half());
 }
 
 void update_levels(auspecmeter &meter, double seconds, std::int64_t passes) {
-  float *decibels = meter.work.data();
-  to_decibels(meter.powers.data(), static_cast<float>(passes), decibels, meter.half());
-  for (std::size_t i = 0; i < meter.half(); ++i) {
-    const float falling = fallen(meter.levels[i], seconds);
-    meter.levels[i] = decibels[i] > falling ? decibels[i] : falling;  // NaN never becomes a level
-  }
+  float *levels = meter.work.data();
+  load_fallen(meter, seconds, levels);
+  raise_levels(meter.powers.data(), static_cast<float>(passes), levels, meter.half());
+  meter.levels.store(levels);
 }
 
 }  // namespace
@@ -96,7 +97,7 @@ void auspecmeter_destroy(auspecmeter *meter) {
 }
 
 void auspecmeter_reset(auspecmeter *meter) {
-  for (auto &level : meter->levels) level = kSpectrumFloor;
+  meter->levels.fill(kSpectrumFloor);
   meter->sample_count = 0;
   meter->last_time = 0.0;
 }
@@ -104,6 +105,7 @@ void auspecmeter_reset(auspecmeter *meter) {
 void auspecmeter_process_ni2ch(auspecmeter *meter, const au_channel_pair *block, int32_t frames) {
   if (frames <= 0) return;
   const double now = meter_seconds();
+  const DenormalGuard guard;
   Rest rest{block->left, block->right, frames};
   const std::int32_t held = meter->sample_count;
   append(*meter, held, rest, std::min<std::int64_t>(rest.frames, meter->fft_size - held));
@@ -120,10 +122,9 @@ int32_t auspecmeter_get_width(const auspecmeter *meter) {
 }
 
 void auspecmeter_get_spectrum_decibels(auspecmeter *meter, float *out) {
-  const double seconds = meter_seconds() - meter->last_time;
-  for (std::size_t i = 0; i < meter->half(); ++i) out[i] = fallen(meter->levels[i], seconds);
+  load_fallen(*meter, meter_seconds_since(meter->last_time), out);
   if (meter->seen_count == meter->update_count) {
-    std::copy_n(out, meter->half(), meter->levels.begin());
+    meter->levels.store(out);
   } else {
     meter->seen_count = static_cast<std::uint32_t>(meter->update_count);
   }

@@ -3,15 +3,14 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include "auspool/auspecmeter.h"
+#include "base/cache_lines.h"
 #include "base/relaxed.h"
+#include "meters/shared_levels.h"
 #include "platform/fft.h"
 
 namespace auspool {
-
-inline constexpr float kSpectrumFloor = -120.0f;  // decibels
 
 // The index of the lowest bit that is set; 0 has none.
 constexpr int log2n(std::uint32_t value) {
@@ -29,14 +28,14 @@ struct auspecmeter {
 
   std::int32_t fft_size;  // twice the meter's width
   auspool::RealFft<float> fft_setup;
-  std::vector<float> window;
+  auspool::AlignedVector<float> window;
   auspool::Relaxed<double> last_time;  // seconds, at the last update
   auspool::Relaxed<std::uint32_t> update_count, seen_count;
-  std::vector<auspool::Relaxed<float>> levels;  // decibels
-  std::vector<float> samples;                   // both channels, added
+  auspool::SharedLevels levels;           // decibels
+  auspool::AlignedVector<float> samples;  // both channels, added
   auspool::Relaxed<std::int32_t> sample_count;
 
   // For the thread that processes, so that it needs little stack: a windowed block, its spectrum, the transform's work,
   // and the powers of a block.
-  std::vector<float> windowed, spectrum, work, powers;
+  auspool::AlignedVector<float> windowed, spectrum, work, powers;
 };

@@ -7,4 +7,7 @@ namespace auspool {
 // second 0 lies far in the past, also just after the start of the machine.
 double meter_seconds();
 
+// From such a second until now. Not below 0, which it would be if another thread set `time` to a later one just now.
+double meter_seconds_since(double time);
+
 }  // namespace auspool

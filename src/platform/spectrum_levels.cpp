@@ -17,7 +17,6 @@ namespace auspool::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 constexpr float kSmallestPower = 1e-8f;
-constexpr float kFloor = -120.0f;
 
 #if !AUSPOOL_PLAIN_TARGET
 constexpr std::size_t kLanes = hn::MaxLanes(hn::ScalableTag<float>());
@@ -56,20 +55,39 @@ void add_power_row(const float *real, const float *imaginary, float scale, float
   }
 }
 
-void decibel_row(const float *powers, float divisor, float *decibels, std::size_t count) {
+void fall_row(float *levels, float decibels, std::size_t count) {
+  std::size_t i = 0;
+#if !AUSPOOL_PLAIN_TARGET
+  const hn::ScalableTag<float> d;
+  const auto floor = hn::Set(d, kSpectrumFloor);
+  const auto step = hn::Set(d, decibels);
+  for (; i + kLanes <= count; i += kLanes) {
+    const auto level = hn::LoadU(d, levels + i);
+    hn::StoreU(hn::IfThenElse(hn::Lt(level, floor), floor, hn::Sub(level, step)), d, levels + i);
+  }
+#endif
+  for (; i < count; ++i) levels[i] = levels[i] < kSpectrumFloor ? kSpectrumFloor : levels[i] - decibels;
+}
+
+void raise_row(const float *powers, float divisor, float *levels, std::size_t count) {
   std::size_t i = 0;
 #if !AUSPOOL_PLAIN_TARGET
   const hn::ScalableTag<float> d;
   for (; i + kLanes <= count; i += kLanes) {
     const auto power = hn::Div(hn::LoadU(d, powers + i), hn::Set(d, divisor));
     const auto loud = hn::Mul(hn::Set(d, 10.0f), hn::Log10(d, power));
-    const auto level = hn::IfThenElse(hn::Lt(power, hn::Set(d, kSmallestPower)), hn::Set(d, kFloor), loud);
-    hn::StoreU(hn::IfThenElse(hn::Eq(power, power), level, power), d, decibels + i);  // the logarithm knows no NaN
+    const auto quiet = hn::Lt(power, hn::Set(d, kSmallestPower));
+    const auto measured = hn::IfThenElse(quiet, hn::Set(d, kSpectrumFloor), loud);
+    const auto level = hn::LoadU(d, levels + i);
+    // The logarithm of NaN is some number here.
+    const auto rises = hn::And(hn::Gt(measured, level), hn::Eq(power, power));
+    hn::StoreU(hn::IfThenElse(rises, measured, level), d, levels + i);
   }
 #endif
   for (; i < count; ++i) {
     const float power = powers[i] / divisor;
-    decibels[i] = power < kSmallestPower ? kFloor : 10 * std::log10(power);
+    const float measured = power < kSmallestPower ? kSpectrumFloor : 10 * std::log10(power);
+    levels[i] = measured > levels[i] ? measured : levels[i];
   }
 }
 
@@ -81,7 +99,8 @@ namespace auspool {
 
 HWY_EXPORT(window_row);
 HWY_EXPORT(add_power_row);
-HWY_EXPORT(decibel_row);
+HWY_EXPORT(fall_row);
+HWY_EXPORT(raise_row);
 
 void apply_window(const float *samples, const float *window, float *out, std::size_t count) {
   HWY_DYNAMIC_DISPATCH(window_row)(samples, window, out, count);
@@ -89,8 +108,11 @@ void apply_window(const float *samples, const float *window, float *out, std::si
 void add_powers(const float *real, const float *imaginary, float scale, float *powers, std::size_t count) {
   HWY_DYNAMIC_DISPATCH(add_power_row)(real, imaginary, scale, powers, count);
 }
-void to_decibels(const float *powers, float divisor, float *decibels, std::size_t count) {
-  HWY_DYNAMIC_DISPATCH(decibel_row)(powers, divisor, decibels, count);
+void fall_levels(float *levels, float decibels, std::size_t count) {
+  HWY_DYNAMIC_DISPATCH(fall_row)(levels, decibels, count);
+}
+void raise_levels(const float *powers, float divisor, float *levels, std::size_t count) {
+  HWY_DYNAMIC_DISPATCH(raise_row)(powers, divisor, levels, count);
 }
 
 }  // namespace auspool

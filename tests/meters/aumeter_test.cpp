@@ -3,56 +3,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
-#include <memory>
-#include <random>
 
-#include "meters/aumeter_context.h"
+#include "meters/level_meter.h"
 #include "support/hand_clock.h"
 #include "support/signals.h"
-#include "support/watch.h"
 
 namespace auspool {
 namespace {
 
+using namespace testing::level_meter;
 using testing::HandClock;
 using testing::Samples;
-
-struct Destroy {
-  void operator()(aumeter *meter) const { aumeter_destroy(meter); }
-};
-using Meter = std::unique_ptr<aumeter, Destroy>;
-
-Meter make() {
-  return Meter(aumeter_create());
-}
-
-void process(const Meter &meter, Samples left, Samples right) {
-  const au_channel_pair pair = {left.data(), right.data()};
-  aumeter_process_ni2ch(meter.get(), &pair, static_cast<std::int32_t>(left.size()));
-}
-void process(const Meter &meter, const Samples &both) {
-  process(meter, both, both);
-}
-
-struct Pair {
-  float left, right;
-};
-using Get = void (*)(aumeter *, float *, float *);
-Pair read(const Meter &meter, Get get) {
-  Pair result;
-  get(meter.get(), &result.left, &result.right);
-  return result;
-}
-float peak(const Meter &meter) {
-  return read(meter, aumeter_get_peak_decibels).left;
-}
-float rms(const Meter &meter) {
-  return read(meter, aumeter_get_rms_decibels).left;
-}
-float clip(const Meter &meter) {
-  return read(meter, aumeter_get_clip).left;
-}
 
 TEST(LevelMeter, StartsAtTheFloorAndFallsBy20DecibelsASecond) {
   const HandClock clock;
@@ -89,7 +52,6 @@ TEST(LevelMeter, FallsByItsRateWhileTheClockGoesOn) {
   process(meter, Samples(100, 0.5f));
   clock.move(2);
   EXPECT_NEAR(peak(meter), -6.0206 - 14, 1e-3);
-  aumeter_set_falloff(nullptr, 7.0f);
 }
 
 TEST(LevelMeter, ABlockRaisesALevelAtOnceAndNeverLowersIt) {
@@ -252,18 +214,6 @@ TEST(LevelMeter, AResetPutsItsLevelsFarInThePast) {
   EXPECT_EQ(peak(meter), -120.0f);
 }
 
-TEST(LevelMeter, NeverKeepsNaN) {
-  const HandClock clock;
-  const Meter meter = make();
-  process(meter, Samples{0.25f, std::nanf(""), -0.5f});
-  EXPECT_NEAR(peak(meter), -6.0206, 1e-3);
-  EXPECT_EQ(rms(meter), -120.0f);
-  process(meter, Samples(300, std::nanf("")));
-  EXPECT_NEAR(peak(meter), -6.0206, 1e-3);
-  process(meter, Samples(10, 0.5f));
-  EXPECT_NEAR(rms(meter), -6.0206, 1e-3);
-}
-
 TEST(LevelMeter, MeteredReadsGoThroughTheScaleAndCountAsReads) {
   HandClock clock;
   const Meter meter = make();
@@ -285,79 +235,6 @@ TEST(MeterScale, RunsFromNoughtToNearlyOne) {
   EXPECT_EQ(db2metered_levels(-20), static_cast<float>(at_minus_20));
 }
 
-// The same rules in double, over random blocks, waits and reads.
-struct Model {
-  struct Level {
-    double value = 0;
-    unsigned read_count = 0;
-  };
-  Level peak, rms, clip;
-  double now = 1.5e9, last_time = 0;
-  unsigned process_count = 1;
-
-  double decayed(double level) const {
-    return level < 1e-6 ? 0 : std::pow(10, (20 * std::log10(level) - 20 * (now - last_time)) * 0.05);
-  }
-  void process(const Samples &samples) {
-    for (Level *level : {&peak, &rms, &clip}) level->value = decayed(level->value);
-    if (samples.empty()) return;
-    double largest = 0, sum = 0;
-    for (const float x : samples) {
-      largest = std::max(largest, std::abs(static_cast<double>(x)));
-      sum += static_cast<double>(x) * static_cast<double>(x);
-    }
-    peak.value = std::max(peak.value, largest);
-    if (largest > 1) peak.value = clip.value = 1;
-    rms.value = std::min(1.0, std::max(rms.value, std::sqrt(sum / static_cast<double>(samples.size()))));
-    last_time = now;
-    ++process_count;
-  }
-  double stored(Level &level, double value) {
-    if (level.read_count == process_count) level.value = value;
-    level.read_count = process_count;
-    return value;
-  }
-  double decibels(Level &level) { return 20 * std::log10(stored(level, std::max(decayed(level.value), 1e-6))); }
-  double read_clip() { return stored(clip, clip.value - (now - last_time) * 0.5); }
-};
-
-TEST(LevelMeter, FollowsAPlainModelOverRandomBlocksWaitsAndReads) {
-  std::mt19937 random(1);
-  for (int run = 0; run < 50; ++run) {
-    HandClock clock;
-    const Meter meter = make();
-    Model model;
-    process(meter, Samples(1, 0.5f));
-    model.process(Samples(1, 0.5f));
-    for (int step = 0; step < 100; ++step) {
-      const double wait = static_cast<double>(random() % 1000) * 1e-3;
-      clock.move(wait);
-      model.now += wait;
-      if (random() % 2 == 0) {
-        const double amplitude = std::pow(10, -static_cast<double>(random() % 4)) * 1.2;
-        const Samples block = testing::noise(random() % 300, static_cast<std::uint32_t>(step), amplitude);
-        process(meter, block);
-        model.process(block);
-      }
-      // Errors in decibels add up while reads compound; near the floor of a millionth a level may fall either way.
-      if (random() % 2 == 0) {
-        const double expected = model.decibels(model.peak);
-        const double result = static_cast<double>(peak(meter));
-        ASSERT_NEAR(std::max(result, -119.0), std::max(expected, -119.0), 1e-3) << run << ' ' << step;
-      }
-      if (random() % 2 == 0) {
-        const double expected = model.decibels(model.rms);
-        const double result = static_cast<double>(rms(meter));
-        ASSERT_NEAR(std::max(result, -119.0), std::max(expected, -119.0), 1e-3) << run << ' ' << step;
-      }
-      if (random() % 2 == 0) {
-        const double expected = model.read_clip();
-        ASSERT_NEAR(static_cast<double>(clip(meter)), expected, 1e-5 * (1 + std::abs(expected)));
-      }
-    }
-  }
-}
-
 TEST(LevelMeter, AddsUpBlocksOfAnyLengthAndPlace) {
   const HandClock clock;
   for (const std::size_t frames : {1u, 2u, 3u, 15u, 16u, 63u, 64u, 65u, 127u, 1000u, 4099u}) {
@@ -371,27 +248,6 @@ TEST(LevelMeter, AddsUpBlocksOfAnyLengthAndPlace) {
         *std::max_element(noise.begin(), noise.end(), [](float a, float b) { return std::abs(a) < std::abs(b); }));
     EXPECT_NEAR(meter->peak[0], largest, 1e-7) << frames;
   }
-}
-
-TEST(LevelMeter, IsNotMadeWithoutMemory) {
-  EXPECT_EQ(testing::fail_each_allocation([] { return make() != nullptr; }), 1);
-  aumeter_destroy(nullptr);
-}
-
-TEST(LevelMeter, RunsOnARealTimeThread) {
-  const Meter meter = make();
-  Samples samples(1000, 0.5f);
-  const au_channel_pair pair = {samples.data(), samples.data()};
-  const auto use = [&] {
-    aumeter_process_ni2ch(meter.get(), &pair, 1000);
-    peak(meter), rms(meter), clip(meter);
-    aumeter_reset(meter.get());
-  };
-  {
-    testing::RealtimeGuard guard;
-    use();
-  }
-  if (!testing::run_without_system_calls(use)) GTEST_SKIP() << "the kernel does not let a thread go without";
 }
 
 }  // namespace

@@ -20,9 +20,11 @@ using Meter = std::unique_ptr<auspecmeter, decltype(&auspecmeter_destroy)>;
 // A meter that was updated just now, with levels from -70 decibels up by as many as there are bins.
 Meter made_with_levels(std::int32_t width) {
   Meter meter(auspecmeter_create(width), auspecmeter_destroy);
-  for (std::size_t i = 0; i < meter->levels.size(); ++i) {
-    meter->levels[i] = static_cast<float>(-70 + 60 * std::fmod(0.618 * static_cast<double>(i), 1.0));
+  Levels levels;
+  while (levels.size() < meter->levels.size()) {
+    levels.push_back(static_cast<float>(-70 + 60 * std::fmod(0.618 * static_cast<double>(levels.size()), 1.0)));
   }
+  meter->levels.store(levels.data());
   meter->last_time = 1.5e9;
   meter->update_count = 7;
   return meter;

@@ -11,7 +11,14 @@ namespace auspool::testing {
 
 class SpectrumModel {
 public:
-  explicit SpectrumModel(std::size_t width) : half_(width), levels_(width, -120.0) {}
+  explicit SpectrumModel(std::size_t width) : half_(width), levels_(width, -120.0) {
+    const auto size = static_cast<double>(2 * width);
+    for (std::size_t i = 0; i < 2 * width; ++i) {
+      const auto n = static_cast<double>(i);
+      window_.push_back(0.25 * (1 - std::cos(2 * std::numbers::pi * n / (size - 1))));
+      turns_.push_back(std::polar(1.0, -2 * std::numbers::pi * n / size));
+    }
+  }
 
   void process(const std::vector<float> &left, const std::vector<float> &right) {
     if (left.empty()) return;
@@ -40,14 +47,8 @@ public:
 private:
   // Of bin k, of the samples under the window: twice the sum, over half their number.
   double power(std::size_t k) const {
-    const std::size_t size = 2 * half_;
     std::complex<double> sum = 0;
-    for (std::size_t i = 0; i < size; ++i) {
-      const double window =
-          0.25 * (1 - std::cos(2 * std::numbers::pi * static_cast<double>(i) / static_cast<double>(size - 1)));
-      const double turns = static_cast<double>(i * k) / static_cast<double>(size);
-      sum += samples_[i] * window * std::polar(1.0, -2 * std::numbers::pi * turns);
-    }
+    for (std::size_t i = 0; i < window_.size(); ++i) sum += samples_[i] * window_[i] * turns_[i * k % turns_.size()];
     const double amplitude = 2 * std::abs(sum) / static_cast<double>(half_) * (k == 0 ? 0.5 : 1);
     return std::min(1.0, amplitude * amplitude);
   }
@@ -64,7 +65,8 @@ private:
   }
 
   std::size_t half_;
-  std::vector<double> samples_, levels_;
+  std::vector<double> samples_, levels_, window_;
+  std::vector<std::complex<double>> turns_;
   double last_time_ = 0;
   unsigned updates_ = 0, seen_ = 0;
 };
