@@ -34,6 +34,21 @@ typedef struct au_channel_pair {
   float *right;
 } au_channel_pair;
 
+/* Statuses of sound devices: 0 is success, these are failures that we give ourselves, and a sound
+ * system may have others. The number is that of the four characters. */
+enum {
+  AUDEVICE_UNKNOWN_PROPERTY = 0x77686f3f, /* "who?": the object has no such property */
+  AUDEVICE_BAD_SIZE = 0x2173697a,         /* "!siz": a value of another size than the property's */
+  AUDEVICE_BAD_VALUE = 0x6e6f7065,        /* "nope": a value that cannot be set */
+  AUDEVICE_READ_ONLY = 0x21736574,        /* "!set": the property cannot be set at all */
+  AUDEVICE_BAD_OBJECT = 0x216f626a,       /* "!obj": no such device, or it is gone */
+  AUDEVICE_BAD_PROC = 0x2170726f,         /* "!pro": no such IO on that device */
+  AUDEVICE_NOT_RUNNING = 0x73746f70,      /* "stop": the sound system cannot be reached */
+  AUDEVICE_NO_MEMORY = 0x216d656d,        /* "!mem": not enough memory */
+  AUDEVICE_NO_BACKEND = 0x216b6e64,       /* "!knd": no backend, or none of that name */
+  AUDEVICE_BUSY = 0x62757379              /* "busy": not while players or lines exist */
+};
+
 /* A dictionary of tags. */
 typedef struct audict audict;
 

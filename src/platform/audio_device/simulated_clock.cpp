@@ -1,0 +1,286 @@
+// The devices that there are, and what makes them move: a script by hand, or a thread by the clock.
+#include <algorithm>
+#include <chrono>
+#include <new>
+
+#include "platform/audio_device/simulated.h"
+#include "platform/clock.h"
+
+namespace auspool::platform {
+namespace {
+
+constexpr std::uint64_t kMostBehind = 500000000;  // ticks; later than this a device starts anew
+constexpr std::chrono::seconds kIdle(1);
+
+constexpr std::uint32_t kStereo[] = {2};
+
+ausim_device default_device(const char *name) {
+  ausim_device device = {};
+  device.name = name;
+  device.rate = 48000.0;
+  device.buffer_frames = 256;
+  return device;
+}
+
+}  // namespace
+
+SimulatedBackend::SimulatedBackend() {
+  system_.put(kDefaultOutput, ObjectId{0});
+  system_.put(kDefaultInput, ObjectId{0});
+  ausim_device output = default_device("Simulated output"), input = default_device("Simulated input");
+  output.output_buffers = input.input_buffers = kStereo;
+  output.output_buffer_count = input.input_buffer_count = 1;
+  system_.put(kDefaultOutput, add_device_locked(output)->id);
+  const DevicePointer source = add_device_locked(input);
+  source->makes_sawtooth = true;
+  system_.put(kDefaultInput, source->id);
+  changes_.clear();
+  if (!thread_.start("simulated audio", 0, enter, this)) throw std::bad_alloc();
+}
+
+SimulatedBackend::~SimulatedBackend() {
+  std::unique_lock lock(model_);
+  ending_ = true;
+  wake_.notify_all();
+  lock.unlock();
+  thread_.join();
+}
+
+// ---- Devices ----
+
+SimulatedBackend::DevicePointer SimulatedBackend::add_device_locked(const ausim_device &description) {
+  auto device = std::make_shared<SimulatedDevice>(last_object_ + 1, description);
+  devices_.push_back(device);
+  ++last_object_;
+  device_list_changed_locked();
+  return device;
+}
+
+void SimulatedBackend::device_list_changed_locked() {
+  std::vector<ObjectId> ids;
+  for (const DevicePointer &device : devices_) ids.push_back(device->id);
+  system_.put(kDevices, std::as_bytes(std::span(ids)));
+  queue_locked(kSystemObject, {kDevices});
+}
+
+void SimulatedBackend::queue_locked(ObjectId object, const std::vector<PropertyAddress> &changed) {
+  for (const PropertyAddress &address : changed) changes_.push_back({object, address});
+  if (!changed.empty()) wake_.notify_all();
+}
+
+ObjectId SimulatedBackend::add_device(const ausim_device &description) {
+  std::unique_lock lock(model_);
+  const ObjectId id = add_device_locked(description)->id;
+  lock.unlock();
+  deliver_from_script();
+  return id;
+}
+
+DeviceStatus SimulatedBackend::remove_device(ObjectId id) {
+  std::unique_lock lock(model_);
+  const DevicePointer device = find_locked(id);
+  if (!device) return AUDEVICE_BAD_OBJECT;
+  std::erase(devices_, device);
+  device->stop_all();
+  lock.unlock();
+  device->wait_for_cycle();
+  listeners_.forget(id);
+  lock.lock();
+  device_list_changed_locked();
+  for (const PropertyAddress &address : {kDefaultOutput, kDefaultInput}) {
+    if (system_.get(address, ObjectId{0}) != id) continue;
+    system_.put(address, ObjectId{0});
+    queue_locked(kSystemObject, {address});
+  }
+  lock.unlock();
+  deliver_from_script();
+  return 0;
+}
+
+void SimulatedBackend::remove_all_devices() {
+  for (;;) {
+    std::unique_lock lock(model_);
+    if (devices_.empty()) return;
+    const ObjectId id = devices_.back()->id;
+    lock.unlock();
+    remove_device(id);
+  }
+}
+
+DeviceStatus SimulatedBackend::change_property(ObjectId object, const PropertyAddress &address,
+                                               std::span<const std::byte> value) {
+  std::unique_lock lock(model_);
+  std::vector<PropertyAddress> changed;
+  if (object == kSystemObject) {
+    if (system_.put(address, value)) changed.push_back(address);
+  } else if (const DevicePointer device = find_locked(object)) {
+    device->change(address, value, changed);
+  } else {
+    return AUDEVICE_BAD_OBJECT;
+  }
+  queue_locked(object, changed);
+  lock.unlock();
+  deliver_from_script();
+  return 0;
+}
+
+// ---- Scripts ----
+
+bool SimulatedBackend::begin_script() {
+  std::unique_lock lock(model_);
+  if (scripted_) return false;
+  time_ = clock_ticks();
+  realtime_ = false;
+  lock.unlock();
+  remove_all_devices();
+  lock.lock();
+  return scripted_ = true;
+}
+
+void SimulatedBackend::end_script() {
+  const std::lock_guard lock(model_);
+  scripted_ = realtime_ = false;
+  callbacks_ = {};
+  operation_callback_ = nullptr;
+}
+
+void SimulatedBackend::set_realtime(bool realtime) {
+  const std::lock_guard lock(model_);
+  time_ = now_locked();
+  realtime_ = realtime;
+  for (const DevicePointer &device : devices_) device->due = now_locked();
+  wake_.notify_all();
+}
+
+std::uint64_t SimulatedBackend::now_locked() const {
+  return realtime_ ? clock_ticks() : time_;
+}
+
+std::uint64_t SimulatedBackend::time() const {
+  const std::lock_guard lock(model_);
+  return now_locked();
+}
+
+void SimulatedBackend::set_time(std::uint64_t ticks) {
+  const std::lock_guard lock(model_);
+  time_ = ticks;
+  for (const DevicePointer &device : devices_) device->due = ticks;
+}
+
+void SimulatedBackend::set_operation_callback(ausim_operation_callback callback, void *context) {
+  const std::lock_guard lock(model_);
+  operation_callback_ = callback;
+  operation_context_ = context;
+}
+
+void SimulatedBackend::set_ducking(bool offered) {
+  const std::lock_guard lock(model_);
+  ducking_ = offered;
+}
+
+// ---- Cycles ----
+
+// A cycle for which there is no memory is left out.
+void SimulatedBackend::run_cycle(const DevicePointer &device, std::uint64_t time) try {
+  std::unique_lock lock(model_);
+  const AudioCallbacks callbacks = callbacks_;
+  lock.unlock();
+  device->run_cycle(model_, time, callbacks);
+} catch (const std::bad_alloc &) {
+}
+
+DeviceStatus SimulatedBackend::run(ObjectId id, std::uint32_t cycles) {
+  deliver_from_script();
+  for (std::uint32_t i = 0; i < cycles; ++i) {
+    std::unique_lock lock(model_);
+    const DevicePointer device = find_locked(id);
+    if (!device) return AUDEVICE_BAD_OBJECT;
+    const std::uint64_t time = time_;
+    lock.unlock();
+    run_cycle(device, time);
+    lock.lock();
+    time_ = device->step(time);
+    lock.unlock();
+    deliver_from_script();
+  }
+  return 0;
+}
+
+SimulatedBackend::DevicePointer SimulatedBackend::next_due_locked(std::uint64_t end) const {
+  DevicePointer next;
+  for (const DevicePointer &device : devices_) {
+    if (device->is_running() && device->due <= end && (!next || device->due < next->due)) next = device;
+  }
+  return next;
+}
+
+void SimulatedBackend::advance(std::uint64_t ticks) {
+  deliver_from_script();
+  std::unique_lock lock(model_);
+  const std::uint64_t end = time_ + ticks;
+  while (const DevicePointer device = next_due_locked(end)) {
+    const std::uint64_t time = time_ = std::max(time_, device->due);
+    lock.unlock();
+    run_cycle(device, time);
+    deliver_from_script();
+    lock.lock();
+    device->step(time);
+  }
+  time_ = end;
+}
+
+// ---- Listeners, and the thread ----
+
+void SimulatedBackend::deliver() {
+  std::unique_lock lock(model_);
+  if (delivering_) return;
+  delivering_ = true;
+  while (!changes_.empty()) {
+    const Change change = changes_.front();
+    changes_.erase(changes_.begin());
+    lock.unlock();
+    listeners_.call(change.object, change.address);
+    lock.lock();
+  }
+  delivering_ = false;
+}
+
+void SimulatedBackend::deliver_from_script() {
+  std::unique_lock lock(model_);
+  const bool by_hand = !realtime_;
+  lock.unlock();
+  if (by_hand) deliver();
+}
+
+void SimulatedBackend::enter(void *self) {
+  static_cast<SimulatedBackend *>(self)->run_by_clock();
+}
+
+void SimulatedBackend::run_by_clock() {
+  for (std::unique_lock lock(model_); !ending_;) {
+    if (!realtime_) {
+      wake_.wait(lock);
+      continue;
+    }
+    if (!changes_.empty() && !delivering_) {
+      lock.unlock();
+      deliver();
+      lock.lock();
+      continue;
+    }
+    const std::uint64_t now = clock_ticks();
+    const DevicePointer device = next_due_locked(UINT64_MAX);
+    if (!device || device->due > now) {
+      wake_.wait_for(lock, device ? std::chrono::nanoseconds(device->due - now) : std::chrono::nanoseconds(kIdle));
+      continue;
+    }
+    if (now - device->due > kMostBehind) device->due = now;
+    const std::uint64_t time = device->due;
+    lock.unlock();
+    run_cycle(device, time);
+    lock.lock();
+    device->step(time);
+  }
+}
+
+}  // namespace auspool::platform
