@@ -8,9 +8,9 @@
  *     int32_t count = 0;
  *     if (audevice_list(devices, 64, &count) != 0) return 1;
  *     for (int32_t i = 0; i < count && i < 64; ++i) {
- *       printf("%u %s: %u in, %u out%s\n", (unsigned)devices[i].id, devices[i].name,
- * (unsigned)devices[i].input_channels, (unsigned)devices[i].output_channels, devices[i].is_default_output ? ", default"
- * : "");
+ *       const audevice_info *device = &devices[i];
+ *       printf("%u %s: %u in, %u out%s\n", (unsigned)device->id, device->name, (unsigned)device->input_channels,
+ *              (unsigned)device->output_channels, device->is_default_output ? ", default" : "");
  *     }
  *     return 0;
  *   }

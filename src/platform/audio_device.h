@@ -5,32 +5,29 @@
 // in audio_device/, gives all this for one sound system. AudioDevices is the way in: it holds the chosen backend open.
 //
 // Properties. Values are plain memory in the processor's byte order.
-//   object  selector                scope        value
-//   system  kDefaultOutput "dOut"   global       ObjectId, 0 for none
-//   system  kDefaultInput  "dIn "   global       ObjectId, 0 for none
-//   system  kDevices       "dev#"   global       ObjectId[], all devices
-//   system  kSleepAllowed  "slep"   global       uint32: not 0 lets the computer fall asleep while IO runs.
-//   AudioDevices
-//                                                answers this one itself, backends never see it
-//   device  kName          "lnam"   global       UTF-8 for people, no NUL
-//   device  kUid           "uid "   global       UTF-8 that stays the same from run to run, no NUL
-//   device  kNominalRate   "nsrt"   global       double, frames a second; settable where the system allows it
-//   device  kBufferFrames  "fsiz"   global       uint32, frames a cycle of IO; settable. What cycles really bring,
-//   their
-//                                                buffer lists say
-//   device  kChannelCount  "chan"   in, out      uint32, 0 for a direction that it has not
-//   device  kStereoPair    "dch2"   in, out      uint32[2], the channels, from 1, that carry left and right
-//   device  kStreamFormat  "sfmt"   in, out      StreamFormat; setting its rate sets kNominalRate
-//   device  kDataSource    "ssrc"   in, out      uint32, the jack or microphone that is heard; many devices have none
-// A property that an object has not is AUDEVICE_UNKNOWN_PROPERTY, also from property_size.
+//   object  selector                scope    value
+//   system  kDefaultOutput "dOut"   global   ObjectId, 0 for none
+//   system  kDefaultInput  "dIn "   global   ObjectId, 0 for none
+//   system  kDevices       "dev#"   global   ObjectId[], all devices
+//   device  kName          "lnam"   global   UTF-8 for people, no NUL
+//   device  kUid           "uid "   global   UTF-8 that stays the same from run to run, no NUL
+//   device  kNominalRate   "nsrt"   global   double, frames a second; settable where the system allows it
+//   device  kBufferFrames  "fsiz"   global   uint32, frames a cycle of IO; settable. Buffer lists say what really comes
+//   device  channel_count  "chan"   in, out  uint32, 0 for a direction that it has not
+//   device  stereo_pair    "dch2"   in, out  uint32[2], the channels, from 1, that carry left and right
+//   device  stream_format  "sfmt"   in, out  StreamFormat; setting its rate sets kNominalRate
+//   device  data_source    "ssrc"   in, out  uint32, the jack or microphone that is heard; many devices have none
+// A property that an object has not is AUDEVICE_UNKNOWN_PROPERTY, also from property_size. kDevices is empty, not
+// unknown, where there is no device.
+//
+// One property needs no backend, and AudioDevices answers it itself: kSleepAllowed "slep" of the system, uint32; not 0
+// lets the computer fall asleep while IO runs.
 //
 // Threads
-// - All operations may be called from any thread but the one that runs an IO proc, also from inside a listener, and
-// with
-//   locks of the caller's held, as long as no listener or IO proc that might be waited for wants the same lock.
+// - Operations may be called from any thread but the one that runs an IO proc, also from inside a listener, and with
+//   locks of the caller's held, unless a listener or IO proc that might be waited for wants the same lock.
 // - Listeners are called on a thread of the backend's, one at a time, with no lock of the backend's held, and never
-// from
-//   inside an operation. Changes may be gathered: what counts is the value that is read afterwards.
+//   from inside an operation. Changes may be gathered: what counts is the value that is read afterwards.
 // - remove_listener waits while that very listener (object, address, proc and client) runs on another thread. From
 //   inside it, it does not wait. Afterwards it is never called again.
 // - IO procs are called on the backend's real-time thread, and must be fit for it. stop and destroy_io_proc wait while
@@ -39,9 +36,9 @@
 //
 // Devices that go away. Their IO procs are not called any more and their listeners are forgotten. Afterwards every
 // operation on the device gives AUDEVICE_BAD_OBJECT and does no harm: stop, destroy_io_proc and remove_listener are
-// expected then. "dev#" changes, and "dOut" and "dIn " if it was the default. An ObjectId is not used again. When the
-// sound system itself goes away so do all devices; a backend goes on trying to reach it, and the devices are new ones
-// when it is back.
+// expected then, and wait as ever. "dev#" changes, and "dOut" and "dIn " if it was the default. An ObjectId is not used
+// again. When the sound system itself goes away so do all devices; a backend goes on trying to reach it, and the
+// devices are new ones when it is back.
 #pragma once
 
 #include <cstddef>
