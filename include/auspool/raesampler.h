@@ -108,8 +108,9 @@ AUSPOOL_API void raesampler_preroll(raesampler *r);
  * until lround(input samples * ratio) samples are out. 0 for a raesampler that copies. */
 AUSPOOL_API int32_t raesampler_padding(const raesampler *r);
 
-/* How many output samples the next call gives for `input_count` input samples and no limit. Exact;
- * over a stream the answers add up to what comes out. */
+/* How many output samples the next call gives for `input_count` input samples and no limit. It never
+ * gives more. It gives less, and the rest later, only where long filters that go down in rate work in
+ * blocks (qualities 1 to 4), as one of them may count a block before its input is complete. */
 AUSPOOL_API int32_t raesampler_output_samples(const raesampler *r, int32_t input_count);
 
 /* How many input samples the next call needs to give `output_count` samples. 0 where so many are

@@ -113,7 +113,8 @@ typedef struct raesampler_stage {
   /* Zeroes to feed behind the last sample so that the stage's tail comes out. */
   int32_t (*padding)(const void *state);
   /* `upper_bound` 0: what process would give now for `input_count` samples; the sinc stage may give
-   * one more. 1: a bound that holds in any state. */
+   * one more, and a decimator by fast convolution may count a block that comes later. 1: a bound that
+   * holds in any state. */
   int32_t (*output_samples)(const void *state, int32_t input_count, int32_t upper_bound);
   /* Samples needed now to get `output_count` of them. */
   int32_t (*input_samples)(const void *state, int32_t output_count);
@@ -150,6 +151,17 @@ AUSPOOL_API int32_t create_polyphase_resampler_stage(int32_t sample_size, raesam
                                                      const stage_spec *spec, int32_t channels);
 AUSPOOL_API int32_t create_sinc_resampler_stage(int32_t sample_size, raesampler_stage *stage, const stage_spec *spec,
                                                 int32_t channels);
+
+/* Types 5 to 7, which work in blocks, in double whatever the sample size. `up` or `down` must be 1.
+ *
+ * The first works in blocks made for the filter's length, its latency. `threads`, up to 64, may share the samples of
+ * one call of process; those above 1 cost that much memory, wait by polling, and are not for the audio thread.
+ * The second cuts the filter into partitions of the largest power of two up to `latency_samples`, 64 at least. More
+ * than that and one block of delay is not taken out of its output: with a longer filter the rest stays in. */
+AUSPOOL_API int32_t create_fft_polyphase_stage(int32_t sample_size, raesampler_stage *stage, const stage_spec *spec,
+                                               int32_t channels, int32_t threads);
+AUSPOOL_API int32_t create_up_fft_polyphase_stage(int32_t sample_size, raesampler_stage *stage, const stage_spec *spec,
+                                                  int32_t channels, int32_t latency_samples);
 
 /* Puts a sinc stage of ratio 1.0, as `quality` wants it, in front of the others. Returns 0, or -1 and
  * changes nothing if there is no such quality or no room. `cost` stays as it is. */

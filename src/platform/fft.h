@@ -48,6 +48,7 @@ public:
   void forward(const T *samples, T *spectrum, T *work) const;
   void inverse(const T *spectrum, T *samples, T *work) const;
 
+  // Here `work` may be `samples`, which are lost then, and `samples` may be the `spectrum` that they come from.
   void forward_unordered(const T *samples, T *spectrum, T *work) const;
   void inverse_unordered(const T *spectrum, T *samples, T *work) const;
   // out = a * b and out += a * b on unordered spectra; `out` may be `a` or `b`.

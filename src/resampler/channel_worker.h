@@ -1,15 +1,13 @@
 // A thread of raesampler_single_shot that runs one channel through all stages, block by block.
 #pragma once
 
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
-#include <thread>
 #include <utility>
 #include <vector>
 
+#include "resampler/block_thread.h"
 #include "resampler/chain.h"
 
 namespace auspool {
@@ -35,34 +33,26 @@ class ChannelWorker {
 public:
   // Starts the thread. Throws when there is no thread or no memory to be had.
   ChannelWorker(const raesampler &chain, std::size_t channel);
-  ~ChannelWorker();
-  ChannelWorker(const ChannelWorker &) = delete;
-  ChannelWorker &operator=(const ChannelWorker &) = delete;
 
   // Has the channel's stages run over the samples in `buffers.from`. The worker must be waiting.
   void start(const BufferPair &buffers, std::int32_t count, std::int32_t section_threads);
 
   // Whether the worker waits for a block.
-  bool is_done();
+  bool is_done() { return thread_.is_done(); }
 
 private:
   void channel_thread_run();
-  void run_stages();
 
   const raesampler &chain_;
   const std::size_t channel_;
   using Work = std::unique_ptr<void, void (*)(void *)>;
   std::vector<Work> works_;  // one for each stage; null where a stage needs none
 
-  std::mutex mutex_;  // held while the worker works
-  std::condition_variable condition_;
-  bool quit_ = false;
-  bool done_ = false;
   BufferPair buffers_ = {};
   std::int32_t count_ = 0;
   std::int32_t section_threads_ = 1;
 
-  std::thread thread_;
+  BlockThread thread_;  // the last member: it ends before what it uses
 };
 
 }  // namespace auspool

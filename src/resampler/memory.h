@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -26,6 +27,17 @@ template <typename T>
 Block<T> make_block(std::size_t count) {
   Block<T> block = try_block<T>(count);
   if (!block) throw std::bad_alloc();
+  return block;
+}
+
+// The same, beginning with a cache line.
+template <typename T>
+Block<T> make_aligned_block(std::size_t count) {
+  constexpr std::size_t kCacheLine = 64;
+  const std::size_t bytes = (count * sizeof(T) / kCacheLine + 1) * kCacheLine;
+  Block<T> block(static_cast<T *>(std::aligned_alloc(kCacheLine, bytes)));
+  if (!block) throw std::bad_alloc();
+  std::memset(block.get(), 0, bytes);
   return block;
 }
 

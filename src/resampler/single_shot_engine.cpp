@@ -7,11 +7,8 @@ namespace {
 
 using Workers = std::vector<std::unique_ptr<ChannelWorker>>;
 
-// Polls without sleeping: blocks are short, and waking up would cost more.
 void channel_thread_wait_all(const Workers &workers) {
-  for (const auto &worker : workers) {
-    while (!worker->is_done()) std::this_thread::yield();
-  }
+  for (const auto &worker : workers) wait_until_done(*worker);
 }
 
 // All workers that the threads are enough for, or none where one of them cannot be had.

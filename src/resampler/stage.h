@@ -55,8 +55,15 @@ public:
   StageInProgress(const StageInProgress &) = delete;
   StageInProgress &operator=(const StageInProgress &) = delete;
 
-  void share(Block<std::byte> shared) { stage_.shared = shared.release(); }
-  void use_work(Block<std::byte> work) { stage_.work = work.release(); }
+  // Take what the stage's free_shared and free_workbuffer release.
+  template <typename Owner>
+  void share(Owner shared) {
+    stage_.shared = shared.release();
+  }
+  template <typename Owner>
+  void use_work(Owner work) {
+    stage_.work = work.release();
+  }
 
   // `make()` returns a unique_ptr to a state, once for each channel.
   template <typename Make>

@@ -91,6 +91,23 @@ TYPED_TEST(RealFftOf, ProductsAddUp) {
   }
 }
 
+TYPED_TEST(RealFftOf, UnorderedTransformsMayReuseTheirInput) {
+  on_every_target([] {
+    for (int log2_size = 1; log2_size <= 12; ++log2_size) {
+      const RealFft<TypeParam> fft(log2_size);
+      const auto samples = noise_of<TypeParam>(fft.size(), 1);
+      FftBuffers<TypeParam> apart(fft.size()), together(fft.size());
+      fft.forward_unordered(samples.data(), apart.spectrum.data(), apart.work.data());
+      std::copy(samples.begin(), samples.end(), together.work.begin());
+      fft.forward_unordered(together.work.data(), together.spectrum.data(), together.work.data());
+      ASSERT_EQ(together.spectrum, apart.spectrum) << fft.size();
+      fft.inverse_unordered(apart.spectrum.data(), apart.back.data(), apart.work.data());
+      fft.inverse_unordered(together.spectrum.data(), together.spectrum.data(), together.work.data());
+      ASSERT_EQ(together.spectrum, apart.back) << fft.size();
+    }
+  });
+}
+
 TYPED_TEST(RealFftOf, ArraysNeedNoAlignment) {
   on_every_target([] {
     for (const int log2_size : {4, 6, 8, 11}) {

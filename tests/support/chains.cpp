@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "auspool/filter_design.h"
+#include "resampler/stage.h"
 
 namespace auspool::testing {
 namespace {
@@ -118,11 +119,10 @@ RaesamplerHandle make_chain(const resampler_structure &structure, std::int32_t f
   return RaesamplerHandle(raesampler_create_from_structure(flags, channels, 0, &structure, 48000.0));
 }
 
-Stage::Stage(const stage_spec &spec, std::int32_t sample_size, std::int32_t channels) : channels_(channels) {
-  const bool polyphase = is_polyphase(spec);
-  window_ = polyphase ? (spec.length + spec.up - 1) / spec.up : spec.length;
-  if (polyphase && spec.up == spec.down) window_ = 0x7fffffff;
-  if (create_converter_stage(sample_size, &stage_, &spec, channels, 1, 0) != 0) {
+Stage::Stage(const stage_spec &spec, std::int32_t sample_size, std::int32_t channels, std::int32_t low_latency_block,
+             std::int32_t threads)
+    : channels_(channels), window_(stage_window(spec)) {
+  if (create_converter_stage(sample_size, &stage_, &spec, channels, threads, low_latency_block) != 0) {
     throw std::runtime_error("the stage could not be built");
   }
 }

@@ -42,7 +42,8 @@ RaesamplerHandle make_chain(const resampler_structure &structure, std::int32_t f
 // One stage of one channel.
 class Stage {
 public:
-  Stage(const stage_spec &spec, std::int32_t sample_size, std::int32_t channels = 1);
+  Stage(const stage_spec &spec, std::int32_t sample_size, std::int32_t channels = 1, std::int32_t low_latency_block = 0,
+        std::int32_t threads = 1);
   ~Stage();
   Stage(const Stage &) = delete;
   Stage &operator=(const Stage &) = delete;

@@ -1,6 +1,7 @@
 // Transforms of 2 to 16 points, straight from their definition. Ordered and unordered spectra are the same.
 #pragma once
 
+#include <algorithm>
 #include <complex>
 #include <cstddef>
 
@@ -28,7 +29,10 @@ public:
     }
   }
 
-  void inverse(const T *spectrum, T *x) const {
+  // `x` may be the spectrum.
+  void inverse(const T *in, T *x) const {
+    T spectrum[kLongest];
+    std::copy_n(in, size_, spectrum);
     const std::size_t half = size_ / 2;
     for (std::size_t n = 0; n < size_; ++n) {
       T sum = spectrum[0] + spectrum[half] * root(n * half).real();

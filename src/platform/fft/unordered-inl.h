@@ -173,6 +173,7 @@ private:
   HWY_INLINE T root(std::size_t i) const { return tables.pairs_2l[i]; }
 };
 
+// `work` may be `x`: the first split reads all of it that a later one writes.
 template <class D>
 void forward_unordered(const Tables<Sample<D>> &tables, const Sample<D> *x, Sample<D> *spectrum, Sample<D> *work) {
   constexpr std::size_t kL = kLanes<D>;
@@ -186,6 +187,7 @@ void forward_unordered(const Tables<Sample<D>> &tables, const Sample<D> *x, Samp
   Tail<D>{tables}.forward(x, spectrum);
 }
 
+// `x` may be the spectrum: each step writes only what it and earlier ones have read.
 template <class D>
 void inverse_unordered(const Tables<Sample<D>> &tables, const Sample<D> *spectrum, Sample<D> *x, Sample<D> *work) {
   constexpr std::size_t kL = kLanes<D>;
