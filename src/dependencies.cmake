@@ -8,6 +8,7 @@ set(modules
   libpng
   libturbojpeg
 )
+list(APPEND modules ${AUSPOOL_CODEC_MODULES})
 foreach(module ${modules})
   pkg_check_modules(AUSPOOL_${module} REQUIRED IMPORTED_TARGET ${module})
   list(APPEND AUSPOOL_LIBRARIES PkgConfig::AUSPOOL_${module})

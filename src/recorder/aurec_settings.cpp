@@ -5,6 +5,7 @@
 #include "recorder/aurec_record.h"
 #include "recorder/encoder_options.h"
 #include "recorder/output_types.h"
+#include "recorder/recorder_flac.h"
 #include "recorder/recorder_pcm.h"
 
 using namespace auspool;

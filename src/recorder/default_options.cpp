@@ -1,6 +1,7 @@
 #include "recorder/default_options.h"
 
 #include "recorder/encoder_options.h"
+#include "recorder/recorder_flac.h"
 #include "recorder/recorder_pcm.h"
 
 namespace auspool {

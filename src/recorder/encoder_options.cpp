@@ -26,8 +26,4 @@ void RecorderAAC::fix_opts(AuRecOptionsAAC *options) {
 
 void RecorderALAC::fix_opts(AuRecOptionsALAC *) {}
 
-void RecorderFLAC::fix_opts(AuRecOptionsFLAC *options) {
-  if (options->mono >= 2) options->mono = 0;
-}
-
 }  // namespace auspool

@@ -23,10 +23,4 @@ public:
   static void fix_opts(AuRecOptionsALAC *options);
 };
 
-class RecorderFLAC {
-public:
-  static constexpr AuRecOptionsFLAC DefaultOptions() { return {0}; }
-  static void fix_opts(AuRecOptionsFLAC *options);
-};
-
 }  // namespace auspool

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "recorder/aurec_record.h"
+#include "recorder/recorder_flac.h"
 #include "recorder/recorder_pcm.h"
 
 namespace auspool {
@@ -13,6 +14,10 @@ Recorder *make_pcm(aurec &rec) {
   return new (std::nothrow) RecorderPCM(&rec, &rec.ext_vars, rec.pcm_options, kKind);
 }
 
+Recorder *make_flac(aurec &rec) {
+  return new (std::nothrow) RecorderFLAC(&rec, &rec.ext_vars, rec.flac_options);
+}
+
 struct Row {
   AuRecOutputType type;
   OutputType output;
@@ -20,6 +25,7 @@ struct Row {
 constexpr Row kRows[] = {
     {AuRecOutputTypeAIFF, {RecorderPCM::is_available, make_pcm<kPCMKindAIFF>}},
     {AuRecOutputTypeWAVE, {RecorderPCM::is_available, make_pcm<kPCMKindWAVE>}},
+    {AuRecOutputTypeFLAC, {RecorderFLAC::is_available, make_flac}},
 };
 
 }  // namespace

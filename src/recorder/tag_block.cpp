@@ -3,8 +3,6 @@
 #include <memory>
 #include <new>
 
-#include "auspool/autag2.h"
-
 namespace auspool {
 namespace {
 
@@ -23,6 +21,18 @@ TagOperations tag_operations = {create, audict_release};
 void TagsOfFile::clear() {
   if (tags_) tag_operations.release(tags_);
   tags_ = nullptr;
+}
+
+audict *TagsOfFile::make_own() {
+  audict *const own = tags_ ? audict_copy(tags_) : audict_create();
+  clear();
+  return tags_ = own;
+}
+
+TagData TagsOfFile::take_data(TagKind kind) {
+  TagData data(tags_ ? autag2_create_data(tags_, kind) : nullptr);
+  clear();
+  return data;
 }
 
 TagBlock TagsOfFile::take_block(TagKind kind) {

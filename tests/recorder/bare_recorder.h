@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "buffers/ring.h"
 #include "recorder/aurec_record.h"
 #include "recorder/recorder.h"
 #include "support/recording_host.h"
@@ -82,6 +83,21 @@ inline std::int32_t frames_in_ring(Host &host) {
 inline void wake_worker(Host &host) {
   host.rec()->ext_vars.semaphore.post();
 }
+
+// Keeps the worker from reading the ring, so that it finds whole blocks when it may again.
+class RingHeld {
+public:
+  explicit RingHeld(Host &host) : host_(host) { ring_of(host)->read_lock.lock(); }
+  ~RingHeld() {
+    ring_of(host_)->read_lock.unlock();
+    wake_worker(host_);
+  }
+  RingHeld(const RingHeld &) = delete;
+  RingHeld &operator=(const RingHeld &) = delete;
+
+private:
+  Host &host_;
+};
 
 // Takes all that waits in the ring, as interleaved frames.
 inline Samples take_from_ring(Host &host) {

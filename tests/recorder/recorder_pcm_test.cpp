@@ -8,7 +8,6 @@
 #include "auspool/audict.h"
 #include "base/byte_order.h"
 #include "base/four_cc.h"
-#include "buffers/ring.h"
 #include "recorder/bare_recorder.h"
 #include "support/pcm_file.h"
 #include "support/programs.h"
@@ -32,21 +31,6 @@ PcmFile recorded(AuRecOutputType type, const AuRecOptionsPCM &options, const Sam
   EXPECT_TRUE(file.valid);
   return file;
 }
-
-// Keeps the worker from reading the ring, so that it finds whole blocks when it may again.
-class RingHeld {
-public:
-  explicit RingHeld(Host &host) : host_(host) { ring_of(host)->read_lock.lock(); }
-  ~RingHeld() {
-    ring_of(host_)->read_lock.unlock();
-    wake_worker(host_);
-  }
-  RingHeld(const RingHeld &) = delete;
-  RingHeld &operator=(const RingHeld &) = delete;
-
-private:
-  Host &host_;
-};
 
 TEST(RecorderPCM, DescribesItself) {
   Host host;

@@ -123,6 +123,12 @@ Result failure_of(const char *call) {
     return __real_##call arguments;                           \
   }
 #include "support/watched_calls.inc"
+#ifdef AUSPOOL_FLAC
+#include "support/watched_flac.inc"
+#endif
+#ifdef AUSPOOL_LAME
+#include "support/watched_lame.inc"
+#endif
 #undef WATCH
 #undef WATCH_GROW
 #undef WATCH_FREE

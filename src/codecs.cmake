@@ -1,0 +1,16 @@
+# The libraries of codecs, each behind an option. A codec's folder in platform/ is its adapter; in a build without it
+# the files of the same headers in platform/without/ say no.
+set(AUSPOOL_CODEC_MODULES "")
+function(auspool_codec option folder module)  # and the files in platform/without/
+  if(${option})
+    list(JOIN ARGN "|" files)
+    list(FILTER sources EXCLUDE REGEX "/platform/without/(${files}).cpp$")
+    list(APPEND AUSPOOL_CODEC_MODULES ${module})
+  else()
+    list(FILTER sources EXCLUDE REGEX "/platform/${folder}/")
+  endif()
+  set(sources ${sources} PARENT_SCOPE)
+  set(AUSPOOL_CODEC_MODULES ${AUSPOOL_CODEC_MODULES} PARENT_SCOPE)
+endfunction()
+
+auspool_codec(AUSPOOL_FLAC flac flac flac_encoder flac_metadata)
