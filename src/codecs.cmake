@@ -13,4 +13,5 @@ function(auspool_codec option folder module)  # and the files in platform/withou
   set(AUSPOOL_CODEC_MODULES ${AUSPOOL_CODEC_MODULES} PARENT_SCOPE)
 endfunction()
 
+auspool_codec(AUSPOOL_LAME lame lame mp3_encoder)
 auspool_codec(AUSPOOL_FLAC flac flac flac_encoder flac_metadata)

@@ -6,6 +6,7 @@
 #include "recorder/encoder_options.h"
 #include "recorder/output_types.h"
 #include "recorder/recorder_flac.h"
+#include "recorder/recorder_mp3.h"
 #include "recorder/recorder_pcm.h"
 
 using namespace auspool;

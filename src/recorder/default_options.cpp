@@ -2,6 +2,7 @@
 
 #include "recorder/encoder_options.h"
 #include "recorder/recorder_flac.h"
+#include "recorder/recorder_mp3.h"
 #include "recorder/recorder_pcm.h"
 
 namespace auspool {

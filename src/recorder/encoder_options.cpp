@@ -4,16 +4,6 @@
 
 namespace auspool {
 
-void RecorderMP3::fix_opts(AuRecOptionsMP3 *options) {
-  if (options->quality < 0 || options->quality > 9) options->quality = 5;
-  if (options->bitrate_mode >= 3) options->bitrate_mode = 0;
-  if (options->vbr_quality >= 10) options->vbr_quality = 5;
-  if (!is_in_bitrate_table(options->bitrate, mp3_bitrate_table_legacy) &&
-      !is_in_bitrate_table(options->bitrate, mp3_bitrate_table_unified)) {
-    options->bitrate = 128;
-  }
-}
-
 void RecorderAAC::fix_opts(AuRecOptionsAAC *options) {
   if (!is_in_bitrate_table(options->bitrate, aac_bitrate_table_legacy) &&
       !is_in_bitrate_table(options->bitrate, aac_bitrate_table_unified)) {

@@ -5,12 +5,6 @@
 
 namespace auspool {
 
-class RecorderMP3 {
-public:
-  static constexpr AuRecOptionsMP3 DefaultOptions() { return {0, 5, 0, 5, 128, 0, 0.0f}; }
-  static void fix_opts(AuRecOptionsMP3 *options);
-};
-
 class RecorderAAC {
 public:
   static constexpr AuRecOptionsAAC DefaultOptions() { return {0, 128, 0, 5, 1, 0}; }

@@ -4,6 +4,7 @@
 
 #include "recorder/aurec_record.h"
 #include "recorder/recorder_flac.h"
+#include "recorder/recorder_mp3.h"
 #include "recorder/recorder_pcm.h"
 
 namespace auspool {
@@ -12,6 +13,10 @@ namespace {
 template <AuRecPCMKind kKind>
 Recorder *make_pcm(aurec &rec) {
   return new (std::nothrow) RecorderPCM(&rec, &rec.ext_vars, rec.pcm_options, kKind);
+}
+
+Recorder *make_mp3(aurec &rec) {
+  return new (std::nothrow) RecorderMP3(&rec, &rec.ext_vars, rec.mp3_options);
 }
 
 Recorder *make_flac(aurec &rec) {
@@ -24,6 +29,7 @@ struct Row {
 };
 constexpr Row kRows[] = {
     {AuRecOutputTypeAIFF, {RecorderPCM::is_available, make_pcm<kPCMKindAIFF>}},
+    {AuRecOutputTypeMP3, {RecorderMP3::is_available, make_mp3}},
     {AuRecOutputTypeWAVE, {RecorderPCM::is_available, make_pcm<kPCMKindWAVE>}},
     {AuRecOutputTypeFLAC, {RecorderFLAC::is_available, make_flac}},
 };

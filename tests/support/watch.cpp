@@ -123,12 +123,15 @@ Result failure_of(const char *call) {
     return __real_##call arguments;                           \
   }
 #include "support/watched_calls.inc"
+// Other libraries call these too, which makes the linker look for ours from there.
+#pragma GCC visibility push(default)
 #ifdef AUSPOOL_FLAC
 #include "support/watched_flac.inc"
 #endif
 #ifdef AUSPOOL_LAME
 #include "support/watched_lame.inc"
 #endif
+#pragma GCC visibility pop
 #undef WATCH
 #undef WATCH_GROW
 #undef WATCH_FREE
