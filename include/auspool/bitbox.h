@@ -23,7 +23,7 @@
  * - A sample takes 2 bytes at 16 bits, 3 at 24, 4 at 32, 8 at 64; an unpacked integer takes 4. Samples need no
  *   alignment.
  * - A stride is the distance between two samples of a channel, in samples of that side's format: 1 for planar audio,
- * the number of channels for interleaved audio.
+ *   the number of channels for interleaved audio.
  * - Floats run from -1.0 to 1.0. Integers are signed; the lowest is -1.0.
  * - Nothing here locks, and bitbox_convert, bitbox_dither_ip, bitbox_dither_op and bitbox_dither_reset neither allocate
  *   nor make system calls: they are safe on a real-time thread.

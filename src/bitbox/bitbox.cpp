@@ -25,6 +25,10 @@ int32_t bitbox_convert(void *const *source, uint32_t source_format, int32_t sour
   if (frames < 1 || !is_valid(source_format) || !is_valid(target_format)) return 0;
   const bool dithers = dither && !is_float(target_format);
   if (dithers && !has_state_for(*dither, channels)) return 0;
-  convert({{source, source_format, source_stride}, {target, target_format, target_stride}, channels, frames}, dither);
+  convert({{source, source_format, source_stride},
+           {target, target_format, target_stride},
+           channels,
+           static_cast<std::size_t>(frames)},
+          dither);
   return frames;
 }

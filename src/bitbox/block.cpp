@@ -1,5 +1,7 @@
 #include "bitbox/block.h"
 
+#include "bitbox/woven.h"
+
 namespace auspool {
 namespace {
 
@@ -20,20 +22,25 @@ bool can_join(const Block &block) {
          is_interleaved(block.target, block.channels);
 }
 
-Run joined(const Block &block) {
-  Run run = channel_of(block, 0);
-  run.source_stride = run.target_stride = 1;
-  run.frames *= static_cast<std::size_t>(block.channels);
-  return run;
+bool can_weave(const Block &block) {
+  if (block.channels != 2) return false;
+  return block.source.stride == 1 ? is_interleaved(block.target, 2)
+                                  : block.target.stride == 1 && is_interleaved(block.source, 2);
 }
 
-Run channel_of(const Block &block, std::int32_t channel) {
-  return {static_cast<std::uint8_t *>(block.source.channels[channel]),
-          block.source.stride,
-          static_cast<std::uint8_t *>(block.target.channels[channel]),
-          block.target.stride,
-          static_cast<std::size_t>(block.frames),
-          channel};
+Block joined(const Block &block) {
+  Block one = block;
+  one.source.stride = one.target.stride = one.channels = 1;
+  one.frames *= static_cast<std::size_t>(block.channels);
+  return one;
+}
+
+Block channels_of(const Block &block, std::int32_t first, std::int32_t count) {
+  Block some = block;
+  some.source.channels += first;
+  some.target.channels += first;
+  some.channels = count;
+  return some;
 }
 
 }  // namespace auspool

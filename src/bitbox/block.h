@@ -15,35 +15,32 @@ struct Side {
   std::uint32_t format;
   std::int32_t stride;
 
-  std::ptrdiff_t stride_bytes() const { return stride * bytes_per_sample(format); }
+  std::uint8_t *at(std::int32_t channel, std::size_t frame) const {
+    return static_cast<std::uint8_t *>(channels[channel]) +
+           static_cast<std::ptrdiff_t>(frame) * stride * bytes_per_sample(format);
+  }
 };
 
 struct Block {
   Side source, target;
   std::int32_t channels;
-  std::int32_t frames;
-};
-
-// One channel of a block, or all of them where they are joined.
-struct Run {
-  std::uint8_t *source;
-  std::int32_t source_stride;
-  std::uint8_t *target;
-  std::int32_t target_stride;
   std::size_t frames;
-  std::int32_t channel;  // 0 when joined
 };
 
 // Whether the channels are contiguous interleaved data on both sides: one long channel.
 bool can_join(const Block &block);
 
-Run joined(const Block &block);
-Run channel_of(const Block &block, std::int32_t channel);
+// The block as that one channel.
+Block joined(const Block &block);
 
+// Some neighbouring channels of a block.
+Block channels_of(const Block &block, std::int32_t first, std::int32_t count);
+
+// `convert(block, channel)` for blocks of one channel, whose index is 0 when they are joined.
 template <typename Convert>
-void for_each_run(const Block &block, bool may_join, const Convert &convert) {
-  if (may_join && can_join(block)) return convert(joined(block));
-  for (std::int32_t channel = 0; channel < block.channels; ++channel) convert(channel_of(block, channel));
+void for_each_channel(const Block &block, bool may_join, const Convert &convert) {
+  if (may_join && can_join(block)) return convert(joined(block), 0);
+  for (std::int32_t i = 0; i < block.channels; ++i) convert(channels_of(block, i, 1), i);
 }
 
 // The routes. Formats are valid and of the kinds that the name says, and `frames` is above 0. `dither` may be null.
@@ -51,8 +48,5 @@ void bitconvert_f2f(const Block &block);
 void bitconvert_f2i(const Block &block, bitbox_dither *dither);
 void bitconvert_i2f(const Block &block);
 void bitconvert_i2i(const Block &block, bitbox_dither *dither);
-
-// The same for one run. The dither's channel is that of the run.
-void bitconvert_f2i(const Block &block, const Run &run, bitbox_dither *dither);
 
 }  // namespace auspool

@@ -53,8 +53,7 @@ void convert_strided(samples::Convert kernel, const Samples &source, const Sampl
   alignas(64) std::uint8_t out[kTileBytes];
   for (std::size_t done = 0; done < count; done += kTile) {
     const std::size_t some = std::min(kTile, count - done);
-    const Samples from{source.at(done), source.stride_bytes, source.sample_bytes};
-    const Samples to{target.at(done), target.stride_bytes, target.sample_bytes};
+    const Samples from = source.from(done), to = target.from(done);
     if (!from.contiguous()) gather(from, some, in);
     kernel(from.contiguous() ? from.first : in, to.contiguous() ? to.first : out, some);
     if (!to.contiguous()) scatter(out, to, some);

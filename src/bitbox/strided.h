@@ -14,7 +14,9 @@ struct Samples {
   std::ptrdiff_t sample_bytes;  // 2, 3, 4 or 8
 
   bool contiguous() const { return stride_bytes == sample_bytes; }
-  std::uint8_t *at(std::size_t index) const { return first + static_cast<std::ptrdiff_t>(index) * stride_bytes; }
+  Samples from(std::size_t index) const {
+    return {first + static_cast<std::ptrdiff_t>(index) * stride_bytes, stride_bytes, sample_bytes};
+  }
 };
 
 // `source` and `target` may be the same samples.

@@ -18,6 +18,9 @@ void rectangular_noise(std::uint32_t &state, std::int32_t *values, std::size_t c
 // Moves `state` on by two steps a value. The values are the lower 31 bits after the first, less those after the second.
 void triangular_noise(std::uint32_t &state, std::int32_t *values, std::size_t count);
 
+// The state `steps` steps behind `state`, in the time of some look-ups.
+std::uint32_t later_noise(std::uint32_t state, std::uint64_t steps);
+
 // samples[i] += (noise[i] + bias) * amplitude, in double whatever the samples are.
 template <typename Real>
 void add_noise(const std::int32_t *noise, double bias, double amplitude, Real *samples, std::size_t count);

@@ -43,4 +43,8 @@ Convert integer_to_float(Integer from, Order from_order, bool to_double);
 // Floats to floats. Of one width, every bit is kept.
 Convert float_to_float(bool from_double, Order from_order, bool to_double, Order to_order);
 
+// Two rows of samples of 2, 3, 4 or 8 bytes into one of pairs, and pairs into two rows. Every bit is kept.
+void interleave(const void *left, const void *right, void *pairs, std::size_t sample_bytes, std::size_t count);
+void deinterleave(const void *pairs, void *left, void *right, std::size_t sample_bytes, std::size_t count);
+
 }  // namespace auspool::samples

@@ -283,12 +283,18 @@ TEST(Conversion, RunsOnARealTimeThread) {
   std::vector<std::int16_t> target(5000);
   const std::unique_ptr<bitbox_dither, void (*)(bitbox_dither *)> dither(
       bitbox_dither_create(16, 1, BITBOX_DITHER_TPDF, nullptr, 44100), bitbox_dither_destroy);
+  const std::unique_ptr<bitbox_dither, void (*)(bitbox_dither *)> shaped(
+      bitbox_dither_create(16, 2, BITBOX_DITHER_F_WEIGHTED, nullptr, 44100), bitbox_dither_destroy);
   void *from = source.data();
   void *to = target.data();
+  void *planes[] = {source.data(), source.data() + 2500};
+  void *pairs[] = {target.data(), target.data() + 1};
   const auto convert = [&] {
     bitbox_convert(&from, kF32, 1, &to, 16, 1, 1, 5000, nullptr);
     bitbox_convert(&from, kF32 | 0x1000, 1, &to, 16, 1, 1, 5000, dither.get());
     bitbox_convert(&from, 32, 1, &to, 16, 1, 1, 5000, dither.get());
+    bitbox_convert(planes, kF32, 1, pairs, 16, 2, 2, 2500, nullptr);
+    bitbox_convert(planes, kF32, 1, pairs, 16, 2, 2, 2500, shaped.get());
   };
   {
     testing::RealtimeGuard guard;

@@ -79,6 +79,23 @@ TEST(DitheredConversion, OfJoinedChannelsDrawsNoiseFrameByFrame) {
   }
 }
 
+// Neighbours lie one sample of their own format apart: three bytes here, eight there.
+TEST(DitheredConversion, JoinsPackedTwentyFourBitsByTheirOwnSize) {
+  const auto x = input();
+  std::vector<std::uint8_t> bytes(3 * x.size());
+  void *sources[] = {const_cast<double *>(x.data()), const_cast<double *>(x.data()) + 1};
+  void *targets[] = {bytes.data(), bytes.data() + 3};
+  const Dither dither(bitbox_dither_create(24, 2, BITBOX_DITHER_TPDF, nullptr, 48000));
+  bitbox_convert(sources, kF64, 2, targets, 0x1018, 2, 2, kFrames, dither.get());
+  NoiseModel noise;
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    const double wanted = x[i] + noise.triangular() * (1 / 8388608.0 / 2147483647.0);
+    const auto code = static_cast<std::uint32_t>(std::lrint(wanted * 8388608.0));
+    const std::uint8_t *at = bytes.data() + 3 * i;
+    ASSERT_EQ(std::uint32_t{at[0]} << 16 | std::uint32_t{at[1]} << 8 | at[2], code & 0xFFFFFF) << i;
+  }
+}
+
 TEST(DitheredConversion, OfSeparateChannelsDrawsNoiseForAllOfOneThenTheOther) {
   const auto x = input();
   const Stereo planar{kFrames, false};
@@ -173,6 +190,34 @@ TEST(DitheredConversion, OfFloatsWorksInChunksOf2048Frames) {
     bitbox_dither_ip(cut.get(), channel, 0, codes.data() + channel * static_cast<std::int32_t>(kFrames), 1, kFrames);
   }
   for (std::size_t i = 0; i < codes.size(); ++i) ASSERT_EQ(result[i], code_of(static_cast<double>(codes[i])));
+}
+
+// Two channels are shaped at a time, and a third alone; the noise is dealt out as if each came by itself.
+TEST(DitheredConversion, OfManyShapedChannelsIsThatOfOneAfterAnother) {
+  constexpr std::int32_t kChannels = 5;
+  for (const std::uint32_t type : {BITBOX_DITHER_POLES, BITBOX_DITHER_F_WEIGHTED}) {
+    const auto x = testing::noise(kChannels * kFrames, 3);
+    std::vector<std::int16_t> together(x.size()), alone(x.size());
+    const auto create = [&] { return Dither(bitbox_dither_create(16, kChannels, type, nullptr, 48000)); };
+    const Dither one = create(), other = create();
+    std::vector<void *> sources, targets;
+    for (std::int32_t i = 0; i < kChannels; ++i) {
+      sources.push_back(const_cast<float *>(x.data()) + i);
+      targets.push_back(together.data() + i * static_cast<std::int32_t>(kFrames));
+    }
+    for (int call = 0; call < 2; ++call) {
+      bitbox_convert(sources.data(), kF32, kChannels, targets.data(), 16, 1, kChannels, kFrames, one.get());
+      for (std::int32_t i = 0; i < kChannels; ++i) {
+        std::vector<float> channel(kFrames);
+        for (std::size_t frame = 0; frame < kFrames; ++frame)
+          channel[frame] = x[frame * kChannels + static_cast<std::size_t>(i)];
+        bitbox_dither_ip(other.get(), i, 0, channel.data(), 1, kFrames);
+        for (std::size_t frame = 0; frame < kFrames; ++frame)
+          alone[static_cast<std::size_t>(i) * kFrames + frame] = code_of(static_cast<double>(channel[frame]));
+      }
+      ASSERT_TRUE(together == alone) << type << ", call " << call;
+    }
+  }
 }
 
 TEST(DitheredConversion, WithFewerShapedChannelsThanAreConvertedWritesNothing) {

@@ -50,16 +50,23 @@ TEST(Noise, IsTheSequenceOfItsGeneratorAtEveryLength) {
   });
 }
 
-TEST(Noise, DoesNotRepeatWithinAMinute) {
-  // The period is 2^32 - 1 steps. What repeated would meet its own beginning, which the lower 31 bits may do by chance
-  // alone, so its first two values are looked for.
+TEST(Noise, LaterIsWhatAsManyStepsGive) {
   std::uint32_t state = 0xDEADBEEF;
-  std::vector<std::int32_t> values(kNoiseTile);
-  rectangular_noise(state, values.data(), kNoiseTile);
-  const std::vector<std::int32_t> opening(values.begin(), values.begin() + 2);
-  for (int i = 0; i < 60 * 48000 / 256; ++i) {
-    rectangular_noise(state, values.data(), kNoiseTile);
-    ASSERT_EQ(std::search(values.begin(), values.end(), opening.begin(), opening.end()), values.end());
+  for (std::uint64_t steps = 0; steps < 5000; ++steps) {
+    ASSERT_EQ(later_noise(0xDEADBEEF, steps), state) << steps;
+    state = next(state);
+  }
+  EXPECT_EQ(later_noise(later_noise(77, 123456789012), 987654321098), later_noise(77, 1111111110110));
+}
+
+// A step permutes the states, so a state comes back after the order of the step or a divisor of it; if after none of
+// the largest divisors, then only after all of the 2^32 - 1 states that are not 0. That is odd, so pairs of steps, of
+// which triangular noise is made, repeat no sooner: after 12 hours of stereo at 48000 frames a second.
+TEST(Noise, RepeatsOnlyAfterEveryStateThereIs) {
+  constexpr std::uint64_t kPeriod = 0xFFFFFFFF;
+  EXPECT_EQ(later_noise(0xDEADBEEF, kPeriod), 0xDEADBEEF);
+  for (const std::uint64_t prime : {3u, 5u, 17u, 257u, 65537u}) {  // their product is the period
+    EXPECT_NE(later_noise(0xDEADBEEF, kPeriod / prime), 0xDEADBEEF) << prime;
   }
 }
 

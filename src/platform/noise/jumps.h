@@ -16,24 +16,21 @@ constexpr std::uint32_t next_noise(std::uint32_t x) {
 inline constexpr std::size_t kNoiseLanes = 64;
 inline constexpr std::size_t kValuesPerLane = 4;
 
-// The states at which the lanes of a tile begin, and that at which the next tile begins, by the state at its start: for
-// each two bits of that, what their four values contribute.
+// The states at which the lanes of a tile begin, and behind them that at which the next tile begins, by the state at
+// its start: for each two bits of that, what their four values contribute.
 struct Jumps {
   static constexpr std::size_t kDigits = 16;
+  static constexpr std::size_t kRow = kNoiseLanes + 16;  // one more, and the rest of a vector
 
-  alignas(64) std::uint32_t lanes[kDigits][4][kNoiseLanes];
-  std::uint32_t next[kDigits][4];
+  alignas(64) std::uint32_t lanes[kDigits][4][kRow];
 
-  static constexpr std::uint32_t digit(std::uint32_t state, std::size_t index) { return state >> (2 * index) & 3; }
-
+  const std::uint32_t *row(std::uint32_t state, std::size_t digit) const {
+    return lanes[digit][state >> (2 * digit) & 3];
+  }
+  // Of lane kNoiseLanes: that of the next tile.
   std::uint32_t lane_start(std::uint32_t state, std::size_t lane) const {
     std::uint32_t start = 0;
-    for (std::size_t i = 0; i < kDigits; ++i) start ^= lanes[i][digit(state, i)][lane];
-    return start;
-  }
-  std::uint32_t next_tile(std::uint32_t state) const {
-    std::uint32_t start = 0;
-    for (std::size_t i = 0; i < kDigits; ++i) start ^= next[i][digit(state, i)];
+    for (std::size_t i = 0; i < kDigits; ++i) start ^= row(state, i)[lane];
     return start;
   }
 };

@@ -65,27 +65,39 @@ HWY_INLINE V vector_value(D d, V &x) {
   return hn::Sub(first, hn::And(x, range));
 }
 
-// Each lane makes kValuesPerLane values that follow each other, and its neighbour those behind them.
+// The states at which some lanes begin.
+template <class D, class V = hn::Vec<D> >
+HWY_INLINE V lane_starts(D d, const std::uint32_t *const (&rows)[Jumps::kDigits], std::size_t lane) {
+  V even = hn::Load(d, rows[0] + lane);
+  V odd = hn::Load(d, rows[1] + lane);
+  for (std::size_t i = 2; i < Jumps::kDigits; i += 2) {
+    even = hn::Xor(even, hn::Load(d, rows[i] + lane));
+    odd = hn::Xor(odd, hn::Load(d, rows[i + 1] + lane));
+  }
+  return hn::Xor(even, odd);
+}
+
+// Each lane makes kValuesPerLane values that follow each other, and its neighbour those behind them. In a vector each
+// operation waits for the one before, so that some vectors go side by side, as many as there are registers for.
 template <bool kTriangular>
 HWY_INLINE void noise_tile(const Jumps &jumps, std::uint32_t state, std::int32_t *values) {
   static_assert(kValuesPerLane == 4);
   const hn::ScalableTag<std::uint32_t> d;
   using V = hn::Vec<decltype(d)>;
+  constexpr std::size_t kLanes = hn::MaxLanes(d);
+  constexpr std::size_t kAbreast = kLanes == 16 ? 4 : 2;
   const std::uint32_t *rows[Jumps::kDigits];
-  for (std::size_t i = 0; i < Jumps::kDigits; ++i) rows[i] = jumps.lanes[i][Jumps::digit(state, i)];
-  for (std::size_t lane = 0; lane < kNoiseLanes; lane += hn::Lanes(d)) {
-    V even = hn::Load(d, rows[0] + lane);
-    V odd = hn::Load(d, rows[1] + lane);
-    for (std::size_t i = 2; i < Jumps::kDigits; i += 2) {
-      even = hn::Xor(even, hn::Load(d, rows[i] + lane));
-      odd = hn::Xor(odd, hn::Load(d, rows[i + 1] + lane));
+  for (std::size_t i = 0; i < Jumps::kDigits; ++i) rows[i] = jumps.row(state, i);
+  for (std::size_t lane = 0; lane < kNoiseLanes; lane += kAbreast * kLanes) {
+    V x[kAbreast], value[kAbreast][kValuesPerLane];
+    for (std::size_t k = 0; k < kAbreast; ++k) x[k] = lane_starts(d, rows, lane + k * kLanes);
+    for (std::size_t i = 0; i < kValuesPerLane; ++i) {
+      for (std::size_t k = 0; k < kAbreast; ++k) value[k][i] = vector_value<kTriangular>(d, x[k]);
     }
-    V x = hn::Xor(even, odd);
-    const V v0 = vector_value<kTriangular>(d, x);
-    const V v1 = vector_value<kTriangular>(d, x);
-    const V v2 = vector_value<kTriangular>(d, x);
-    const V v3 = vector_value<kTriangular>(d, x);
-    hn::StoreInterleaved4(v0, v1, v2, v3, d, reinterpret_cast<std::uint32_t *>(values) + kValuesPerLane * lane);
+    for (std::size_t k = 0; k < kAbreast; ++k) {
+      hn::StoreInterleaved4(value[k][0], value[k][1], value[k][2], value[k][3], d,
+                            reinterpret_cast<std::uint32_t *>(values) + kValuesPerLane * (lane + k * kLanes));
+    }
   }
 }
 
@@ -94,7 +106,7 @@ HWY_INLINE void noise_row(std::uint32_t &state, std::int32_t *values, std::size_
   const Jumps &jumps = kTriangular ? triangular_jumps : rectangular_jumps;
   if (count == kNoiseTile) {
     noise_tile<kTriangular>(jumps, state, values);
-    state = jumps.next_tile(state);
+    state = jumps.lane_start(state, kNoiseLanes);
     return;
   }
   alignas(64) std::int32_t tile[kNoiseTile];
@@ -118,15 +130,20 @@ HWY_INLINE std::size_t add_vectors(const std::int32_t *noise, double bias, doubl
                                    std::size_t count) {
   const hn::ScalableTag<double> d;
   const hn::Rebind<Real, decltype(d)> reals;
-  std::size_t i = 0;
-  for (; i + hn::Lanes(d) <= count; i += hn::Lanes(d)) {
-    const auto value = scaled(d, noise + i, bias, amplitude);
-    const auto sample = hn::LoadU(reals, samples + i);
+  const auto add = [&](std::size_t at) HWY_ATTR {
+    const auto value = scaled(d, noise + at, bias, amplitude);
+    const auto sample = hn::LoadU(reals, samples + at);
     if constexpr (sizeof(Real) == 8) {
-      hn::StoreU(hn::Add(sample, value), reals, samples + i);
+      hn::StoreU(hn::Add(sample, value), reals, samples + at);
     } else {
-      hn::StoreU(hn::DemoteTo(reals, hn::Add(hn::PromoteTo(d, sample), value)), reals, samples + i);
+      hn::StoreU(hn::DemoteTo(reals, hn::Add(hn::PromoteTo(d, sample), value)), reals, samples + at);
     }
+  };
+  const std::size_t lanes = hn::Lanes(d);
+  std::size_t i = 0;
+  for (; i + 2 * lanes <= count; i += 2 * lanes) {
+    add(i);
+    add(i + lanes);
   }
   return i;
 }

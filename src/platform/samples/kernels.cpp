@@ -9,6 +9,8 @@
 
 #include <cstring>
 
+#include "platform/samples/bytes-inl.h"
+#include "platform/samples/quantize-inl.h"
 #include "platform/samples/reference.h"
 #include "platform/samples/tables.h"
 
@@ -19,142 +21,6 @@ namespace auspool::samples::HWY_NAMESPACE {
 using Implementation = Reference;
 
 #else
-
-namespace hn = hwy::HWY_NAMESPACE;
-
-// As many samples a step as the widest vector has of the wider of two types.
-template <std::size_t kWiderBytes>
-constexpr std::size_t kLanes = hn::MaxLanes(hn::ScalableTag<std::uint8_t>()) / kWiderBytes;
-template <typename T, std::size_t kCount>
-using Tag = hn::CappedTag<T, kCount>;
-
-// Bytes within each 128 bits, from where the table says.
-template <class D, class V = hn::Vec<D> >
-HWY_INLINE V shuffled(D d, V v, const std::uint8_t *table) {
-  const hn::Repartition<std::uint8_t, D> bytes;
-  return hn::BitCast(d, hn::TableLookupBytesOr0(hn::BitCast(bytes, v), hn::LoadDup128(bytes, table)));
-}
-
-template <std::size_t kBytes, class D, class V = hn::Vec<D> >
-HWY_INLINE V swapped(D d, V v) {
-  alignas(16) static constexpr std::uint8_t k2[] = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
-  alignas(16) static constexpr std::uint8_t k4[] = {3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12};
-  alignas(16) static constexpr std::uint8_t k8[] = {7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8};
-  return shuffled(d, v, kBytes == 2 ? k2 : kBytes == 4 ? k4 : k8);
-}
-
-template <Order kOrder, class D, class V = hn::Vec<D> >
-HWY_INLINE V ordered(D d, V v) {
-  return kOrder == Order::kBig ? swapped<sizeof(hn::TFromD<D>)>(d, v) : v;
-}
-
-// Three bytes of every four: within 128 bits by a shuffle of bytes, across them by one of lanes. `kPacks` closes the
-// gaps, its opposite opens them, with the sample in the upper three bytes.
-template <bool kPacks, Order kOrder, class D, class V = hn::Vec<D> >
-HWY_INLINE V between_three_and_four(D d, V v) {
-  constexpr bool kBig = kOrder == Order::kBig;
-  alignas(16) static constexpr std::uint8_t kPackLittle[] = {0,  1,  2,  4,  5,   6,   8,   9,
-                                                             10, 12, 13, 14, 128, 128, 128, 128};
-  alignas(16) static constexpr std::uint8_t kPackBig[] = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, 128, 128, 128, 128};
-  alignas(16) static constexpr std::uint8_t kOpenLittle[] = {128, 0, 1, 2, 128, 3, 4, 5, 128, 6, 7, 8, 128, 9, 10, 11};
-  alignas(16) static constexpr std::uint8_t kOpenBig[] = {128, 2, 1, 0, 128, 5, 4, 3, 128, 8, 7, 6, 128, 11, 10, 9};
-  alignas(64) static constexpr std::int32_t kPackLanes[] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, 15, 15, 15};
-  alignas(64) static constexpr std::int32_t kPackLanes8[] = {0, 1, 2, 4, 5, 6, 7, 7};
-  alignas(64) static constexpr std::int32_t kOpenLanes[] = {0, 1, 2, 0, 3, 4, 5, 0, 6, 7, 8, 0, 9, 10, 11, 0};
-  if constexpr (kPacks) {
-    const V packed = shuffled(d, v, kBig ? kPackBig : kPackLittle);
-    if constexpr (hn::MaxLanes(d) <= 4) return packed;
-    return hn::TableLookupLanes(packed, hn::SetTableIndices(d, hn::MaxLanes(d) == 8 ? kPackLanes8 : kPackLanes));
-  } else {
-    if constexpr (hn::MaxLanes(d) > 4) v = hn::TableLookupLanes(v, hn::SetTableIndices(d, kOpenLanes));
-    return shuffled(d, v, kBig ? kOpenBig : kOpenLittle);
-  }
-}
-
-// 32-bit integers of a vector of 32-bit floats. NearestInt holds what is beyond the range to the extreme codes, and so
-// does the narrowing to 16 bits; a range of 16 or 24 bits in more memory needs the limits.
-template <Integer kTo, class D, class V = hn::Vec<D> >
-HWY_INLINE hn::Vec<hn::RebindToSigned<D> > quantized_floats(D d, V x) {
-  const hn::RebindToSigned<D> integers;
-  const V number = hn::IfThenElseZero(hn::Eq(x, x), x);
-  const V scale = hn::Set(d, kScale<float, kTo>);
-  if constexpr (kTo == Integer::k32) {
-    const auto one = hn::RebindMask(integers, hn::Eq(x, hn::Set(d, 1.0f)));
-    const auto nearest = hn::NearestInt(hn::Mul(number, scale));
-    return hn::IfThenElse(one, hn::Set(integers, -kHighest<kTo> - 1), nearest);
-  } else if constexpr (kTo == Integer::k16) {
-    return hn::NearestInt(hn::Mul(number, scale));
-  } else {
-    const V held = hn::Min(hn::Max(number, hn::Set(d, -1.0f)), hn::Set(d, kLimit<float, kTo>));
-    return hn::NearestInt(hn::Mul(held, scale));
-  }
-}
-
-// Of 64-bit floats: a number to which 1.5 * 2^52 is added has its nearest integer in the lowest bits.
-template <Integer kTo, class D, class V = hn::Vec<D> >
-HWY_INLINE hn::Vec<hn::Rebind<std::int32_t, D> > quantized_doubles(D d, V x) {
-  const V number = hn::IfThenElseZero(hn::Eq(x, x), x);
-  const V held = hn::Min(hn::Max(number, hn::Set(d, -1.0)), hn::Set(d, kLimit<double, kTo>));
-  const V sum = hn::Add(hn::Mul(held, hn::Set(d, kScale<double, kTo>)), hn::Set(d, 0x1.8p52));
-  const hn::RebindToUnsigned<D> bits;
-  const hn::Rebind<std::uint32_t, D> low;
-  return hn::BitCast(hn::Rebind<std::int32_t, D>(), hn::TruncateTo(low, hn::BitCast(bits, sum)));
-}
-
-// 32-bit integers into what `kTo` takes in memory.
-template <Integer kTo, Order kOrder, class D, class V = hn::Vec<D> >
-HWY_INLINE void store_integers(D integers, V values, std::uint8_t *to) {
-  if constexpr (bytes_of(kTo) == 2) {
-    const hn::Rebind<std::int16_t, D> shorts;
-    hn::StoreU(ordered<kOrder>(shorts, hn::DemoteTo(shorts, values)), shorts, reinterpret_cast<std::int16_t *>(to));
-  } else {
-    if constexpr (bytes_of(kTo) == 3) {
-      values = between_three_and_four<true, kOrder>(integers, values);
-    } else {
-      values = ordered<kOrder>(integers, values);
-    }
-    hn::StoreU(values, integers, reinterpret_cast<std::int32_t *>(to));
-  }
-}
-
-template <typename Real, Integer kTo, Order kOrder>
-struct FloatToInteger {
-  static constexpr std::size_t kSamples = kLanes<sizeof(Real)>;
-  static constexpr std::size_t kFromBytes = sizeof(Real);
-  static constexpr std::size_t kToBytes = bytes_of(kTo);
-
-  static HWY_INLINE void step(const std::uint8_t *from, std::uint8_t *to) {
-    const Tag<Real, kSamples> reals;
-    const Tag<std::int32_t, kSamples> integers;
-    const auto x = hn::LoadU(reals, reinterpret_cast<const Real *>(from));
-    hn::Vec<decltype(integers)> result;
-    if constexpr (sizeof(Real) == 4) {
-      result = quantized_floats<kTo>(reals, x);
-    } else {
-      result = quantized_doubles<kTo>(reals, x);
-    }
-    store_integers<kTo, kOrder>(integers, result, to);
-  }
-};
-
-template <Integer kTo, Order kOrder>
-struct FloatToIntegerTowardZero {
-  static constexpr std::size_t kSamples = kLanes<sizeof(float)>;
-  static constexpr std::size_t kFromBytes = sizeof(float);
-  static constexpr std::size_t kToBytes = bytes_of(kTo);
-
-  static HWY_INLINE void step(const std::uint8_t *from, std::uint8_t *to) {
-    const Tag<float, kSamples> floats;
-    const Tag<std::int32_t, kSamples> integers;
-    const auto x = hn::LoadU(floats, reinterpret_cast<const float *>(from));
-    const auto scale = hn::Set(floats, kScale<float, kTo>);
-    const auto full = hn::Gt(x, hn::Set(floats, kFullScaleAbove<kTo>));
-    auto scaled = hn::Mul(hn::Max(x, hn::Set(floats, -1.0f)), scale);
-    scaled = hn::IfThenElse(full, hn::Set(floats, static_cast<float>(kHighest<kTo>)), scaled);
-    scaled = hn::IfThenElseZero(hn::Eq(x, x), scaled);
-    store_integers<kTo, kOrder>(integers, hn::ConvertTo(integers, scaled), to);
-  }
-};
 
 template <Integer kFrom, Order kOrder, typename Real>
 struct IntegerToFloat {
@@ -221,14 +87,27 @@ HWY_NOINLINE void run_tail(const std::uint8_t *from, std::uint8_t *to, std::size
 }
 
 template <class Step>
+HWY_INLINE void run_four(const std::uint8_t *from, std::uint8_t *to) {
+  if constexpr (requires { Step::four_steps(from, to); }) {
+    if (Step::four_steps(from, to)) [[likely]]
+      return;
+  }
+  for (std::size_t i = 0; i < 4; ++i)
+    Step::step(from + i * Step::kSamples * Step::kFromBytes, to + i * Step::kSamples * Step::kToBytes);
+}
+
+template <class Step>
 HWY_INLINE void run(const void *from, void *to, std::size_t count) {
   const auto *in = static_cast<const std::uint8_t *>(from);
   auto *out = static_cast<std::uint8_t *>(to);
   // Samples of three bytes are read and written four at a time.
   constexpr bool kOverruns = Step::kFromBytes == 3 || Step::kToBytes == 3;
-  constexpr std::size_t kNeeded = (kOverruns ? 2 : 1) * Step::kSamples;
+  constexpr std::size_t kBehind = kOverruns ? Step::kSamples : 0;
   std::size_t i = 0;
-  for (; i + kNeeded <= count; i += Step::kSamples) Step::step(in + i * Step::kFromBytes, out + i * Step::kToBytes);
+  for (; i + 4 * Step::kSamples + kBehind <= count; i += 4 * Step::kSamples)
+    run_four<Step>(in + i * Step::kFromBytes, out + i * Step::kToBytes);
+  for (; i + Step::kSamples + kBehind <= count; i += Step::kSamples)
+    Step::step(in + i * Step::kFromBytes, out + i * Step::kToBytes);
   if (i < count) run_tail<Step>(in + i * Step::kFromBytes, out + i * Step::kToBytes, count - i);
 }
 
