@@ -1,4 +1,4 @@
-#include <auspool/auptrbuf.h>
+#include "buffers/auptrbuf.h"
 
 #include <atomic>
 #include <memory>
@@ -6,11 +6,6 @@
 #include <new>
 
 #include "platform/spin_lock.h"
-
-struct auptrbuf_node {
-  auptrbuf_node *next;
-  void *ptr;
-};
 
 namespace {
 
