@@ -73,6 +73,25 @@ TEST(SingleShotThreads, TheOutputIsTheSameForAnyNumberOfThreads) {
   }
 }
 
+// As planned, with sections of long blocks for threads that no channel needs; and as long as the ratio makes it.
+TEST(SingleShotThreads, PlannedStreamsAreTheSameForAnyNumberOfThreads) {
+  const ScriptedClock clock;
+  for (const std::int32_t quality : {1, 2, 3, 4}) {
+    for (const std::size_t channels : {std::size_t{1}, std::size_t{2}}) {
+      HostStream<float> alone(channels, 150000);
+      alone.most = 40000;
+      ASSERT_EQ(alone.convert(nullptr, 44100, 48000, quality, 1), 0);
+      ASSERT_EQ(alone.out[0].size(), static_cast<std::size_t>(std::lround(150000 * 48000.0 / 44100)));
+      for (const std::int32_t threads : {2, 4, 7}) {
+        HostStream<float> together(channels, 150000);
+        together.most = 40000;
+        ASSERT_EQ(together.convert(nullptr, 44100, 48000, quality, threads), 0);
+        ASSERT_EQ(together.out, alone.out) << threads << " threads, " << channels << " channels";
+      }
+    }
+  }
+}
+
 // Large blocks are always converted side by side.
 TEST(SingleShotThreads, LargeBlocksRunSideBySide) {
   const precomputed_structure half = precomputed_chain_of({filter_spec(1, 2, 15)});
