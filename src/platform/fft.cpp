@@ -67,6 +67,13 @@ void RealFft<T>::multiply_add(const T *a, const T *b, T *out) const {
   kernels_->multiply_add(size_, a, b, out);
 }
 
+template <typename T>
+void RealFft<T>::inverse_product(const T *a, const T *b, T *samples, T *work) const {
+  if (!short_) return kernels_->inverse_product(*tables_, a, b, samples, work);
+  multiply(a, b, samples);
+  short_->inverse(samples, samples);
+}
+
 template class RealFft<float>;
 template class RealFft<double>;
 

@@ -50,6 +50,12 @@ void widen(const float *in, std::ptrdiff_t in_stride, double *out, std::ptrdiff_
 void narrow(const double *in, std::ptrdiff_t in_stride, float *out, std::ptrdiff_t out_stride, std::size_t count) {
   kernels<CopyKernel<double, float>>().copy(in, in_stride, out, out_stride, count);
 }
+template <typename To>
+void interleave(const double *rows, std::ptrdiff_t row_stride, std::size_t count_of_rows, To *out, std::size_t count) {
+  kernels<CopyKernel<double, To>>().interleave(rows, row_stride, count_of_rows, out, count);
+}
+template void interleave(const double *, std::ptrdiff_t, std::size_t, float *, std::size_t);
+template void interleave(const double *, std::ptrdiff_t, std::size_t, double *, std::size_t);
 template <typename T>
 void complex_multiply(SplitInput<T> a, SplitInput<T> b, Split<T> out, std::size_t count) {
   kernels<RowKernels<T>>().complex_multiply(a, b, out, count);

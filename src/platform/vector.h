@@ -94,6 +94,10 @@ void copy(const T *in, std::ptrdiff_t in_stride, T *out, std::ptrdiff_t out_stri
 void widen(const float *in, std::ptrdiff_t in_stride, double *out, std::ptrdiff_t out_stride, std::size_t count);
 void narrow(const double *in, std::ptrdiff_t in_stride, float *out, std::ptrdiff_t out_stride, std::size_t count);
 
+// Rows side by side: out[i * count_of_rows + r] = rows[r * row_stride + i]. The arrays must not overlap.
+template <typename To>
+void interleave(const double *rows, std::ptrdiff_t row_stride, std::size_t count_of_rows, To *out, std::size_t count);
+
 // A run of complex numbers as two rows, their real and their imaginary parts.
 template <typename T>
 struct Split {

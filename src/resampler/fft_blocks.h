@@ -54,4 +54,20 @@ inline void write_branch(const fft_shape &shape, const double *samples, std::int
   }
 }
 
+// The same for all `up` branches, whose transforms lie behind one another.
+inline void write_branches(const fft_shape &shape, const double *samples, void *out, std::int32_t out_stride) {
+  const double *good = samples + (shape.fft_size - shape.valid);
+  const auto rows = static_cast<std::size_t>(shape.up);
+  const auto count = static_cast<std::size_t>(shape.valid);
+  if (out_stride != 1) {
+    for (std::int32_t branch = 0; branch < shape.up; ++branch, samples += shape.fft_size) {
+      write_branch(shape, samples, branch, out, out_stride);
+    }
+  } else if (shape.sample_size == 8) {
+    vector::interleave(good, shape.fft_size, rows, static_cast<double *>(out), count);
+  } else {
+    vector::interleave(good, shape.fft_size, rows, static_cast<float *>(out), count);
+  }
+}
+
 }  // namespace auspool

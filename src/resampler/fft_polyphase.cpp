@@ -17,7 +17,12 @@ fft_polyphase &state_of(void *state) {
   return *static_cast<fft_polyphase *>(state);
 }
 
-constexpr std::int32_t kWorkTransforms = 3;
+// For an interpolator the input's spectrum, scratch and the samples of all branches; for others the input's spectrum,
+// the sum and samples.
+std::int32_t work_size_of(const fft_shape &shape) {
+  return (2 + shape.up) * shape.fft_size;
+}
+
 constexpr std::int32_t kMostThreads = 64;
 
 fft_block_function block_function_of(const fft_shape &shape) {
@@ -52,14 +57,14 @@ std::int32_t fft_polyphase_interpolate(const fft_shape &shape, const fft_static_
                                        double *work_area, void *out, std::int32_t out_stride) {
   const RealFft<double> &fft = shared.fft_setup;
   double *input = work_area;
-  double *output = input + fft.size();
-  double *scratch = output + fft.size();
+  double *scratch = input + fft.size();
+  double *output = scratch + fft.size();
   fft.forward_unordered(line, input, scratch);
   for (std::int32_t branch = 0; branch < shape.phases; ++branch) {
-    fft.multiply(input, shared.spectrum(branch), output);
-    fft.inverse_unordered(output, output, scratch);
-    write_branch(shape, output, branch, out, out_stride);
+    double *samples = output + std::ptrdiff_t{branch} * shape.fft_size;
+    fft.inverse_product(input, shared.spectrum(branch), samples, scratch);
   }
+  write_branches(shape, output, out, out_stride);
   return shape.block_outputs();
 }
 
@@ -77,7 +82,7 @@ std::int32_t fft_polyphase_decimate(const fft_shape &shape, const fft_static_dat
     branch == 0 ? fft.multiply(input, filter, sum) : fft.multiply_add(input, filter, sum);
   }
   fft.inverse_unordered(sum, sum, samples);
-  write_branch(shape, sum, 0, out, out_stride);
+  write_branches(shape, sum, out, out_stride);
   return shape.block_outputs();
 }
 
@@ -166,7 +171,7 @@ std::int32_t fft_polyphase_process(void *state, const void *shared, void *work, 
 
 void *fft_polyphase_alloc_workbuffer(const void *state) try {
   const fft_polyphase &s = state_of(state);
-  return fft_polyphase_create_workbuffer(kWorkTransforms * s.shape.fft_size, s.threads).release();
+  return fft_polyphase_create_workbuffer(work_size_of(s.shape), s.threads).release();
 } catch (...) {
   return nullptr;
 }
@@ -226,7 +231,7 @@ std::int32_t create_fft_polyphase_stage(std::int32_t sample_size, raesampler_sta
     const std::int32_t history = history_of(shape, *spec, shared->peak);
     StageInProgress built(operations(), channels);
     built.share(std::move(shared));
-    built.use_work(fft_polyphase_create_workbuffer(kWorkTransforms * shape.fft_size, lines));
+    built.use_work(fft_polyphase_create_workbuffer(work_size_of(shape), lines));
     built.add_states([&] { return make_state(shape, history, lines); });
     built.hand_over(stage);
   });

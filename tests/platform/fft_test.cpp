@@ -108,6 +108,21 @@ TYPED_TEST(RealFftOf, UnorderedTransformsMayReuseTheirInput) {
   });
 }
 
+TYPED_TEST(RealFftOf, TheWayBackOfAProductIsThatOfTheProduct) {
+  on_every_target([] {
+    for (int log2_size = 1; log2_size <= 13; ++log2_size) {
+      const RealFft<TypeParam> fft(log2_size);
+      const auto a = noise_of<TypeParam>(fft.size(), 1);
+      const auto b = noise_of<TypeParam>(fft.size(), 2);
+      FftBuffers<TypeParam> apart(fft.size()), together(fft.size());
+      fft.multiply(a.data(), b.data(), apart.spectrum.data());
+      fft.inverse_unordered(apart.spectrum.data(), apart.back.data(), apart.work.data());
+      fft.inverse_product(a.data(), b.data(), together.back.data(), together.work.data());
+      ASSERT_EQ(together.back, apart.back) << fft.size();
+    }
+  });
+}
+
 TYPED_TEST(RealFftOf, ArraysNeedNoAlignment) {
   on_every_target([] {
     for (const int log2_size : {4, 6, 8, 11}) {
@@ -205,6 +220,7 @@ TEST(RealFft, RunsOnTheAudioThread) {
     fft.forward_unordered(b.back.data(), b.spectrum.data(), b.work.data());
     fft.multiply(b.spectrum.data(), b.spectrum.data(), b.spectrum.data());
     fft.inverse_unordered(b.spectrum.data(), b.back.data(), b.work.data());
+    fft.inverse_product(b.spectrum.data(), b.spectrum.data(), b.back.data(), b.work.data());
     small.forward(s.back.data(), s.spectrum.data(), s.work.data());
     small.inverse(s.spectrum.data(), s.back.data(), s.work.data());
   };

@@ -206,6 +206,29 @@ TYPED_TEST(VectorOf, AnElementsResultDoesNotDependOnItsPlace) {
   });
 }
 
+template <typename To>
+void expect_interleaves() {
+  on_every_target([] {
+    for (std::size_t rows = 1; rows <= 9; ++rows) {
+      for (const std::size_t count : kCounts) {
+        const std::size_t stride = count + 3;
+        const auto in = samples<double>(rows * stride, 1);
+        std::vector<To> got(rows * count, To(7)), expected(rows * count);
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+          expected[i] = static_cast<To>(in[i % rows * stride + i / rows]);
+        }
+        interleave(in.data(), static_cast<std::ptrdiff_t>(stride), rows, got.data(), count);
+        ASSERT_EQ(got, expected) << rows << " rows of " << count;
+      }
+    }
+  });
+}
+
+TEST(Interleave, LaysRowsSideBySide) {
+  expect_interleaves<float>();
+  expect_interleaves<double>();
+}
+
 template <typename From, typename To, class Copy>
 void expect_copies(const Copy &copy) {
   on_every_target([&] {

@@ -27,7 +27,8 @@ constexpr Kernels<Sample<D>> kKernels = {kLanes<D>,
                                          forward_unordered<D>,
                                          inverse_unordered<D>,
                                          multiply_unordered<D, false>,
-                                         multiply_unordered<D, true>};
+                                         multiply_unordered<D, true>,
+                                         inverse_product<D>};
 
 // The squares of an ordered transform are of F/2 points at least.
 template <typename T>

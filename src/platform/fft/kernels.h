@@ -17,6 +17,7 @@ struct Kernels {
   std::size_t lanes;
   Transform forward, inverse, forward_unordered, inverse_unordered;
   Product multiply, multiply_add;
+  void (*inverse_product)(const Tables<T> &tables, const T *a, const T *b, T *out, T *work);
 };
 
 // The best for this processor and for `size` points: short transforms have no use for wide vectors.

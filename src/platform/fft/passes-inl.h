@@ -151,14 +151,16 @@ void blocks_forward(Sample<D> *z, std::size_t points, const Sample<D> *factors) 
   }
 }
 
-template <class D>
-void blocks_inverse(const Sample<D> *in, Sample<D> *z, std::size_t points, const Sample<D> *factors) {
-  for (Sample<D> *end = z + 2 * points; z < end; z += 8 * kLanes<D>, in += 8 * kLanes<D>) {
-    Four<D> f = load_four<D>(in, 2 * kLanes<D>);
+// `load(n)` gives the complex vector that stands at sample n.
+template <class D, class Load>
+void blocks_inverse(const Load &load, Sample<D> *z, std::size_t points, const Sample<D> *factors) {
+  constexpr std::size_t kStep = 2 * kLanes<D>;
+  for (std::size_t n = 0; n < 2 * points; n += 4 * kStep) {
+    Four<D> f = {load(n), load(n + kStep), load(n + 2 * kStep), load(n + 3 * kStep)};
     Lanes<D>::inverse(f);
     turn_inverse(f, factors);
     f.inverse();
-    store_four(f, z, 2 * kLanes<D>);
+    store_four(f, z + n, kStep);
   }
 }
 

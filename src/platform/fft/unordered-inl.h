@@ -187,19 +187,6 @@ void forward_unordered(const Tables<Sample<D>> &tables, const Sample<D> *x, Samp
   Tail<D>{tables}.forward(x, spectrum);
 }
 
-// `x` may be the spectrum: each step writes only what it and earlier ones have read.
-template <class D>
-void inverse_unordered(const Tables<Sample<D>> &tables, const Sample<D> *spectrum, Sample<D> *x, Sample<D> *work) {
-  constexpr std::size_t kL = kLanes<D>;
-  const Passes<D, 4 * kL> passes{tables, tables.pairs_8l};
-  Tail<D>{tables}.inverse(spectrum, x);
-  for (std::size_t r = 16 * kL; r <= tables.size; r *= 2) {
-    blocks_inverse<D>(spectrum + r / 2, work, r / 4, tables.quarters[log2(4 * kL)]);
-    passes.inverse(work, r / 4);
-    merge<D>(x, work, r, tables.halves[log2(r)]);
-  }
-}
-
 // The product of two spectra, added to `out` if kAdd. Their first bin is two real numbers.
 template <class D, bool kAdd>
 void multiply_unordered(std::size_t size, const Sample<D> *a, const Sample<D> *b, Sample<D> *out) {
@@ -213,6 +200,54 @@ void multiply_unordered(std::size_t size, const Sample<D> *a, const Sample<D> *b
   }
   out[0] = dc;
   out[kL] = nyquist;
+}
+
+// What a way back begins with: a spectrum.
+template <class D>
+struct Spectrum {
+  const Sample<D> *bins;
+
+  HWY_INLINE Complex<D> operator()(std::size_t n) const { return load_complex<D>(bins + n); }
+  HWY_INLINE Spectrum from(std::size_t n) const { return {bins + n}; }
+  HWY_INLINE void tail(const Tail<D> &tail, Sample<D> *x) const { tail.inverse(bins, x); }
+};
+
+// Or the product of two, which is never stored.
+template <class D>
+struct Product {
+  const Sample<D> *a, *b;
+
+  HWY_INLINE Complex<D> operator()(std::size_t n) const { return load_complex<D>(a + n) * load_complex<D>(b + n); }
+  HWY_INLINE Product from(std::size_t n) const { return {a + n, b + n}; }
+  HWY_INLINE void tail(const Tail<D> &tail, Sample<D> *x) const {
+    HWY_ALIGN Sample<D> bins[8 * kLanes<D>];
+    multiply_unordered<D, false>(8 * kLanes<D>, a, b, bins);
+    tail.inverse(bins, x);
+  }
+};
+
+// `x` may be the spectrum: each step writes only what it and earlier ones have read.
+template <class D, class Source>
+void take_back(const Tables<Sample<D>> &tables, const Source &source, Sample<D> *x, Sample<D> *work) {
+  constexpr std::size_t kL = kLanes<D>;
+  const Passes<D, 4 * kL> passes{tables, tables.pairs_8l};
+  source.tail(Tail<D>{tables}, x);
+  for (std::size_t r = 16 * kL; r <= tables.size; r *= 2) {
+    blocks_inverse<D>(source.from(r / 2), work, r / 4, tables.quarters[log2(4 * kL)]);
+    passes.inverse(work, r / 4);
+    merge<D>(x, work, r, tables.halves[log2(r)]);
+  }
+}
+
+template <class D>
+void inverse_unordered(const Tables<Sample<D>> &tables, const Sample<D> *spectrum, Sample<D> *x, Sample<D> *work) {
+  take_back<D>(tables, Spectrum<D>{spectrum}, x, work);
+}
+
+template <class D>
+void inverse_product(const Tables<Sample<D>> &tables, const Sample<D> *a, const Sample<D> *b, Sample<D> *x,
+                     Sample<D> *work) {
+  take_back<D>(tables, Product<D>{a, b}, x, work);
 }
 
 }  // namespace auspool::fft::HWY_NAMESPACE

@@ -19,6 +19,7 @@ namespace auspool::vector::HWY_NAMESPACE {
 #if AUSPOOL_PLAIN_TARGET
 
 using reference::copy;
+using reference::interleave;
 
 #else
 
@@ -84,11 +85,55 @@ void copy(const From *in, std::ptrdiff_t in_stride, To *out, std::ptrdiff_t out_
   }
 }
 
+template <class D>
+HWY_INLINE void store_interleaved(D d, const hn::Vec<D> (&v)[2], hn::TFromD<D> *out) {
+  hn::StoreInterleaved2(v[0], v[1], d, out);
+}
+template <class D>
+HWY_INLINE void store_interleaved(D d, const hn::Vec<D> (&v)[3], hn::TFromD<D> *out) {
+  hn::StoreInterleaved3(v[0], v[1], v[2], d, out);
+}
+template <class D>
+HWY_INLINE void store_interleaved(D d, const hn::Vec<D> (&v)[4], hn::TFromD<D> *out) {
+  hn::StoreInterleaved4(v[0], v[1], v[2], v[3], d, out);
+}
+
+template <std::size_t kRows, typename From, typename To>
+void interleave_rows(const From *rows, std::ptrdiff_t row_stride, To *out, std::size_t count) {
+  const Tag<From, kLanes<From, To> > from;
+  const Tag<To, kLanes<From, To> > to;
+  std::size_t i = 0;
+  for (; i + hn::Lanes(from) <= count; i += hn::Lanes(from)) {
+    hn::Vec<decltype(to)> v[kRows];
+    for (std::size_t r = 0; r < kRows; ++r) {
+      v[r] = convert(to, hn::LoadU(from, rows + static_cast<std::ptrdiff_t>(r) * row_stride + i));
+    }
+    store_interleaved(to, v, out + i * kRows);
+  }
+  reference::interleave(rows + i, row_stride, kRows, out + i * kRows, count - i);
+}
+
+template <typename From, typename To>
+void interleave(const From *rows, std::ptrdiff_t row_stride, std::size_t count_of_rows, To *out, std::size_t count) {
+  switch (count_of_rows) {
+  case 1:
+    return copy(rows, 1, out, 1, count);
+  case 2:
+    return interleave_rows<2>(rows, row_stride, out, count);
+  case 3:
+    return interleave_rows<3>(rows, row_stride, out, count);
+  case 4:
+    return interleave_rows<4>(rows, row_stride, out, count);
+  default:
+    return reference::interleave(rows, row_stride, count_of_rows, out, count);
+  }
+}
+
 #endif
 
 template <typename From, typename To>
 HWY_INLINE const CopyKernel<From, To> *table() {
-  static constexpr CopyKernel<From, To> kTable = {copy<From, To>};
+  static constexpr CopyKernel<From, To> kTable = {copy<From, To>, interleave<From, To>};
   return &kTable;
 }
 const CopyKernel<float, float> *copy_table_float() {

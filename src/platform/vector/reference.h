@@ -73,6 +73,15 @@ void copy(const From *in, std::ptrdiff_t in_stride, To *out, std::ptrdiff_t out_
   }
 }
 
+template <typename From, typename To>
+void interleave(const From *rows, std::ptrdiff_t row_stride, std::size_t count_of_rows, To *out, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t r = 0; r < count_of_rows; ++r) {
+      *out++ = static_cast<To>(rows[static_cast<std::ptrdiff_t>(r) * row_stride + static_cast<std::ptrdiff_t>(i)]);
+    }
+  }
+}
+
 template <typename T>
 void complex_multiply(SplitInput<T> a, SplitInput<T> b, Split<T> out, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) {

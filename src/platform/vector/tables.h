@@ -30,6 +30,8 @@ struct RowKernels {
 template <typename From, typename To>
 struct CopyKernel {
   void (*copy)(const From *in, std::ptrdiff_t in_stride, To *out, std::ptrdiff_t out_stride, std::size_t count);
+  void (*interleave)(const From *rows, std::ptrdiff_t row_stride, std::size_t count_of_rows, To *out,
+                     std::size_t count);
 };
 
 // The table for this processor. Finding it asks the processor what it can, which takes no lock and no system call; two
