@@ -13,4 +13,11 @@ foreach(module ${modules})
   pkg_check_modules(AUSPOOL_${module} REQUIRED IMPORTED_TARGET ${module})
   list(APPEND AUSPOOL_LIBRARIES PkgConfig::AUSPOOL_${module})
 endforeach()
+# For static linking pkg-config follows what it requires into every library that a distribution has built libav with; we
+# link libav itself shared.
+set(shared_modules ${modules})
+list(FILTER modules EXCLUDE REGEX "^lib(av|sw)")
+list(FILTER shared_modules INCLUDE REGEX "^lib(av|sw)")
+list(TRANSFORM shared_modules REPLACE "^lib" "-l")
 list(JOIN modules " " AUSPOOL_PKG_REQUIRES)
+list(JOIN shared_modules " " AUSPOOL_PKG_LIBS)

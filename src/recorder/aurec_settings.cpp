@@ -3,8 +3,9 @@
 
 #include "auspool/aurec.h"
 #include "recorder/aurec_record.h"
-#include "recorder/encoder_options.h"
 #include "recorder/output_types.h"
+#include "recorder/recorder_aac.h"
+#include "recorder/recorder_alac.h"
 #include "recorder/recorder_flac.h"
 #include "recorder/recorder_mp3.h"
 #include "recorder/recorder_pcm.h"

@@ -1,6 +1,7 @@
 #include "recorder/default_options.h"
 
-#include "recorder/encoder_options.h"
+#include "recorder/recorder_aac.h"
+#include "recorder/recorder_alac.h"
 #include "recorder/recorder_flac.h"
 #include "recorder/recorder_mp3.h"
 #include "recorder/recorder_pcm.h"

@@ -80,14 +80,17 @@ void Recorder::close_books() {
   fd = -1;
 }
 
-bool Recorder::keep_or_delete_file() {
-  if (file_frames != 0) {
-    file_done();
-    return true;
-  }
+bool Recorder::delete_empty_file() {
+  if (file_frames != 0) return false;
   unlink(path);
   log_error(AuRecErrorNoAudio, "empty file, deleted");
-  return false;
+  return true;
+}
+
+bool Recorder::keep_or_delete_file() {
+  if (delete_empty_file()) return false;
+  file_done();
+  return true;
 }
 
 void Recorder::file_finalize() {

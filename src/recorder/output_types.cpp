@@ -3,6 +3,8 @@
 #include <new>
 
 #include "recorder/aurec_record.h"
+#include "recorder/recorder_aac.h"
+#include "recorder/recorder_alac.h"
 #include "recorder/recorder_flac.h"
 #include "recorder/recorder_mp3.h"
 #include "recorder/recorder_pcm.h"
@@ -19,6 +21,14 @@ Recorder *make_mp3(aurec &rec) {
   return new (std::nothrow) RecorderMP3(&rec, &rec.ext_vars, rec.mp3_options);
 }
 
+Recorder *make_aac(aurec &rec) {
+  return new (std::nothrow) RecorderAAC(&rec, &rec.ext_vars, rec.aac_options);
+}
+
+Recorder *make_alac(aurec &rec) {
+  return new (std::nothrow) RecorderALAC(&rec, &rec.ext_vars, rec.alac_options);
+}
+
 Recorder *make_flac(aurec &rec) {
   return new (std::nothrow) RecorderFLAC(&rec, &rec.ext_vars, rec.flac_options);
 }
@@ -30,6 +40,8 @@ struct Row {
 constexpr Row kRows[] = {
     {AuRecOutputTypeAIFF, {RecorderPCM::is_available, make_pcm<kPCMKindAIFF>}},
     {AuRecOutputTypeMP3, {RecorderMP3::is_available, make_mp3}},
+    {AuRecOutputTypeAAC, {RecorderAAC::is_available, make_aac}},
+    {AuRecOutputTypeALAC, {RecorderALAC::is_available, make_alac}},
     {AuRecOutputTypeWAVE, {RecorderPCM::is_available, make_pcm<kPCMKindWAVE>}},
     {AuRecOutputTypeFLAC, {RecorderFLAC::is_available, make_flac}},
 };

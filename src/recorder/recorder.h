@@ -100,7 +100,8 @@ protected:
   bool core_loop(std::FILE *file);   // true to go on in a new file, false to end
   void drain(std::FILE *file);       // accepts no more and writes what the ring holds
   void close_books();                // adds the file's size to the total; the descriptor is not looked at any more
-  bool keep_or_delete_file();        // true if it holds audio
+  bool delete_empty_file();          // true if it held no audio
+  bool keep_or_delete_file();        // true if it holds audio, of which the host is told
   void end_recording();              // nothing is accepted, no file is open
 
   std::int32_t get_audio(float *buffer, std::int32_t frames, bool want_full, bool pad);

@@ -40,6 +40,7 @@ public:
 
   // For path_cb, which may store a dictionary here.
   audict **out() { return &tags_; }
+  const audict *get() const { return tags_; }
   void clear();
 
   // A dictionary to put more into: a copy of the host's, or a new one. Null, and nothing is left, where memory ran out.

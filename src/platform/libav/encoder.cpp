@@ -1,0 +1,176 @@
+#include "platform/libav/encoder.h"
+
+extern "C" {
+#include <libavutil/channel_layout.h>
+#include <libavutil/opt.h>
+}
+
+#include <algorithm>
+#include <cstring>
+
+namespace auspool::platform::libav {
+namespace {
+
+// Moves channel `channel` of interleaved samples of `bytes` each into a plane of its own.
+template <typename T>
+void copy_channel(const std::uint8_t *from, std::size_t channels, std::size_t channel, int frames,
+                  std::uint8_t *plane) {
+  for (std::size_t i = 0; i < static_cast<std::size_t>(frames); ++i) {
+    std::memcpy(plane + i * sizeof(T), from + (i * channels + channel) * sizeof(T), sizeof(T));
+  }
+}
+
+bool is_listed(const int *rates, int rate) {
+  if (rates == nullptr) return true;
+  while (*rates != 0 && *rates != rate) ++rates;
+  return *rates == rate;
+}
+
+constexpr int kSilent = 100;  // moves every message beyond what is printed; the level has 8 bits
+
+// Half of the scale and above asks for the search that takes its time.
+const char *search_of(std::uint32_t quality) {
+  return quality >= 64 ? "twoloop" : "fast";
+}
+
+}  // namespace
+
+bool Encoder::set_property(std::uint32_t selector, std::uint32_t value) {
+  if (selector != kQuality && selector != kBitRate) return false;
+  (selector == kQuality ? quality_ : bit_rate_) = value;
+  return true;
+}
+
+std::uint32_t Encoder::property(std::uint32_t selector) const {
+  switch (selector) {
+  case kQuality:
+    return quality_;
+  case kBitRate:
+    return bit_rate_;
+  case kPacketFrames:
+    return context_ ? static_cast<std::uint32_t>(context_->frame_size) : 0;
+  case kPacketBytes: {
+    // A packet of AAC has 6144 bits a channel at most (ISO/IEC 14496-3); one of ALAC its samples and a few bytes.
+    constexpr std::uint32_t kAacBytes = 768, kOverhead = 64;
+    if (!context_) return 0;
+    const std::uint32_t alac = property(kPacketFrames) * output_.channels_per_frame * 4;
+    return kOverhead + (subtype_ == four_cc("alac") ? alac : 2 * kAacBytes * output_.channels_per_frame);
+  }
+  default:
+    return 0;
+  }
+}
+
+StreamDescription Encoder::output_format() const {
+  if (context_) return output_;
+  StreamDescription format;
+  format.format_id = subtype_;
+  return format;
+}
+
+std::vector<std::uint8_t> Encoder::magic_cookie() const {
+  if (!context_ || context_->extradata == nullptr) return {};
+  std::vector<std::uint8_t> cookie;
+  if (subtype_ == four_cc("alac")) cookie = {0, 0, 0, 12, 'f', 'r', 'm', 'a', 'a', 'l', 'a', 'c'};
+  cookie.insert(cookie.end(), context_->extradata, context_->extradata + context_->extradata_size);
+  return cookie;
+}
+
+std::int32_t Encoder::check(const StreamDescription &input, const StreamDescription &output) const {
+  const std::uint32_t channels = output.channels_per_frame;
+  const bool plain = input.format_id == four_cc("lpcm") && input.channels_per_frame == channels &&
+                     input.bytes_per_frame == input.bits_per_channel / 8 * channels;
+  const bool kind = subtype_ == four_cc("alac") ? input.bits_per_channel == 16 : input.bits_per_channel == 32;
+  const auto rate = static_cast<int>(output.sample_rate);
+  const bool known =
+      plain && kind && (channels == 1 || channels == 2) && rate > 0 && is_listed(codec_->supported_samplerates, rate);
+  return known ? 0 : kUnsupportedFormat;
+}
+
+std::int32_t Encoder::initialize(const StreamDescription &input, const StreamDescription &output) {
+  if (const std::int32_t error = check(input, output); error != 0) return error;
+  input_ = input;
+  output_ = output;
+  return open_context();
+}
+
+int Encoder::open_context() {
+  packet_waits_ = input_waits_ = drained_ = false;
+  frames_sent_ = 0;
+  context_.reset(avcodec_alloc_context3(codec_));
+  frame_.reset(av_frame_alloc());
+  packet_.reset(av_packet_alloc());
+  if (!context_ || !frame_ || !packet_) return AVERROR(ENOMEM);
+  AVCodecContext &context = *context_;
+  context.sample_rate = static_cast<int>(output_.sample_rate);
+  av_channel_layout_default(&context.ch_layout, static_cast<int>(output_.channels_per_frame));
+  context.sample_fmt = input_.bits_per_channel == 16 ? AV_SAMPLE_FMT_S16P : AV_SAMPLE_FMT_FLTP;
+  context.time_base = {1, context.sample_rate};
+  context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+  context.profile = profile_;
+  context.thread_count = 1;
+  context.log_level_offset = kSilent;
+  if (bit_rate_ != 0) context.bit_rate = bit_rate_;
+  (void)av_opt_set(context.priv_data, "aac_coder", search_of(quality_), 0);  // an encoder without it has no use for it
+  const int error = avcodec_open2(&context, codec_, nullptr);
+  if (error < 0)
+    context_.reset();
+  else
+    output_.frames_per_packet = static_cast<std::uint32_t>(context.frame_size);
+  return error < 0 ? error : 0;
+}
+
+void Encoder::reset() {
+  if (context_) (void)open_context();  // a drained encoder gives nothing more
+}
+
+bool Encoder::deinterleave(std::span<const std::uint8_t> samples, int frames) {
+  const std::size_t channels = output_.channels_per_frame;
+  for (std::size_t c = 0; c < channels; ++c) {
+    const auto copy = input_.bits_per_channel == 16 ? copy_channel<std::int16_t> : copy_channel<float>;
+    copy(samples.data(), channels, c, frames, frame_->extended_data[c]);
+  }
+  return true;
+}
+
+bool Encoder::append_input_data(std::span<const std::uint8_t> samples) {
+  if (!context_ || drained_) return false;
+  const auto frames = static_cast<int>(samples.size() / input_.bytes_per_frame);
+  av_frame_unref(frame_.get());
+  frame_->nb_samples = frames;
+  frame_->format = context_->sample_fmt;
+  frame_->sample_rate = context_->sample_rate;
+  frame_->pts = frames_sent_;
+  if (av_channel_layout_copy(&frame_->ch_layout, &context_->ch_layout) < 0) return false;
+  if (av_frame_get_buffer(frame_.get(), 0) < 0) return false;
+  deinterleave(samples, frames);
+  if (avcodec_send_frame(context_.get(), frame_.get()) < 0) return false;
+  frames_sent_ += frames;
+  input_waits_ = true;
+  return true;
+}
+
+// Makes the next packet wait, if the encoder has one.
+bool Encoder::fetch() {
+  if (!packet_waits_) packet_waits_ = context_ && avcodec_receive_packet(context_.get(), packet_.get()) == 0;
+  return packet_waits_;
+}
+
+AudioCodec::Produced Encoder::produce_output_packet(std::span<std::uint8_t> to) {
+  if (!context_) return {Produced::kFailure, 0};
+  if (!input_waits_ && !drained_) {
+    drained_ = true;
+    (void)avcodec_send_frame(context_.get(), nullptr);
+  }
+  input_waits_ = false;
+  if (!fetch()) return {drained_ ? Produced::kDone : Produced::kNeedsMoreInput, 0};
+  const auto bytes = static_cast<std::size_t>(packet_->size);
+  const bool fits = bytes <= to.size();
+  if (fits) std::memcpy(to.data(), packet_->data, bytes);
+  av_packet_unref(packet_.get());
+  packet_waits_ = false;
+  if (!fits) return {Produced::kFailure, 0};
+  return {fetch() ? Produced::kHasMore : Produced::kDone, bytes};
+}
+
+}  // namespace auspool::platform::libav

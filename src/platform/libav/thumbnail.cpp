@@ -1,0 +1,113 @@
+#include "platform/thumbnail.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libswscale/swscale.h>
+}
+
+#include <algorithm>
+#include <memory>
+
+#include "platform/image.h"
+
+namespace auspool::platform {
+namespace {
+
+template <auto kFree>
+struct FreePointer {
+  template <typename T>
+  void operator()(T *pointer) const {
+    kFree(&pointer);
+  }
+};
+using FormatPtr = std::unique_ptr<AVFormatContext, FreePointer<avformat_close_input>>;
+using CodecPtr = std::unique_ptr<AVCodecContext, FreePointer<avcodec_free_context>>;
+using FramePtr = std::unique_ptr<AVFrame, FreePointer<av_frame_free>>;
+using PacketPtr = std::unique_ptr<AVPacket, FreePointer<av_packet_free>>;
+
+constexpr int kVectorBytes = 64;
+
+// The libraries print what they think of a file, and have one setting for the process: it is put back at once.
+class Quiet {
+public:
+  Quiet() : level_(av_log_get_level()) { av_log_set_level(AV_LOG_QUIET); }
+  ~Quiet() { av_log_set_level(level_); }
+  Quiet(const Quiet &) = delete;
+  Quiet &operator=(const Quiet &) = delete;
+
+private:
+  const int level_;
+};
+
+FormatPtr open(const char *path) {
+  AVFormatContext *format = nullptr;
+  if (avformat_open_input(&format, path, nullptr, nullptr) < 0) return nullptr;
+  FormatPtr opened(format);
+  return avformat_find_stream_info(format, nullptr) >= 0 ? std::move(opened) : nullptr;
+}
+
+CodecPtr open_decoder(const AVStream &stream) {
+  const AVCodec *const codec = avcodec_find_decoder(stream.codecpar->codec_id);
+  if (codec == nullptr) return nullptr;
+  CodecPtr decoder(avcodec_alloc_context3(codec));
+  if (!decoder || avcodec_parameters_to_context(decoder.get(), stream.codecpar) < 0) return nullptr;
+  return avcodec_open2(decoder.get(), codec, nullptr) >= 0 ? std::move(decoder) : nullptr;
+}
+
+// The first frame that decodes, within so many packets of the stream.
+FramePtr first_frame(AVFormatContext &format, AVCodecContext &decoder, int stream) {
+  constexpr int kPatience = 500;
+  FramePtr frame(av_frame_alloc());
+  const PacketPtr packet(av_packet_alloc());
+  if (!frame || !packet) return nullptr;
+  for (int tries = 0; tries < kPatience; ++tries) {
+    const bool more = av_read_frame(&format, packet.get()) >= 0;
+    if (!more || packet->stream_index == stream) (void)avcodec_send_packet(&decoder, more ? packet.get() : nullptr);
+    if (more) av_packet_unref(packet.get());
+    if (avcodec_receive_frame(&decoder, frame.get()) == 0) return frame;
+    if (!more) return nullptr;
+  }
+  return nullptr;
+}
+
+Bitmap scaled_to_fit(const AVFrame &frame, std::uint32_t side) {
+  const auto longer = static_cast<std::uint32_t>(std::max(frame.width, frame.height));
+  const double scale = longer > side ? static_cast<double>(side) / longer : 1.0;
+  const auto scaled = [scale](int length) { return std::max(1, static_cast<int>(length * scale + 0.5)); };
+  const int width = scaled(frame.width), height = scaled(frame.height);
+  const std::unique_ptr<SwsContext, void (*)(SwsContext *)> scaler(
+      sws_getContext(frame.width, frame.height, static_cast<AVPixelFormat>(frame.format), width, height,
+                     AV_PIX_FMT_RGB24, SWS_AREA, nullptr, nullptr, nullptr),
+      sws_freeContext);
+  if (!scaler) return {};
+  // The scaler writes whole vectors, beyond the ends of rows too.
+  const int stride = (3 * width + 2 * kVectorBytes - 1) / kVectorBytes * kVectorBytes;
+  std::vector<std::uint8_t> rows(static_cast<std::size_t>(stride) * static_cast<std::size_t>(height) + kVectorBytes);
+  std::uint8_t *const planes[4] = {rows.data()};
+  const int strides[4] = {stride};
+  if (sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) != height) return {};
+  Bitmap bitmap{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), {}};
+  for (int row = 0; row < height; ++row) {
+    const auto from = rows.begin() + std::ptrdiff_t{row} * stride;
+    bitmap.rgb.insert(bitmap.rgb.end(), from, from + 3 * width);
+  }
+  return bitmap;
+}
+
+}  // namespace
+
+std::optional<std::vector<std::uint8_t>> video_thumbnail(const char *path, std::uint32_t side) {
+  const Quiet quiet;
+  const FormatPtr format = open(path);
+  if (!format) return std::nullopt;
+  const int stream = av_find_best_stream(format.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  if (stream < 0) return std::nullopt;
+  const CodecPtr decoder = open_decoder(*format->streams[stream]);
+  if (!decoder) return std::nullopt;
+  const FramePtr frame = first_frame(*format, *decoder, stream);
+  if (!frame || frame->width <= 0 || frame->height <= 0) return std::nullopt;
+  return encode_jpeg(scaled_to_fit(*frame, side));
+}
+
+}  // namespace auspool::platform
