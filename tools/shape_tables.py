@@ -189,14 +189,18 @@ def decibels_at(taps, part_of_band):
     return 20 * math.log10(abs(1 - sum(tap * turn ** (k + 1) for k, tap in enumerate(taps))))
 
 
+def weighted_noise(weights, order):
+    """Decibels of the optimum's weighted noise against white noise."""
+    r = correlations(weights, order)
+    filtered = [1.0] + [-tap for tap in optimum(weights, order)]
+    power = sum(a * b * r[abs(i - k)] for i, a in enumerate(filtered) for k, b in enumerate(filtered))
+    return 10 * math.log10(power / r[0])
+
+
 def figures():
     for rate, weights in f_weights().items():
-        taps = optimum(weights, RATES[rate])
-        r = correlations(weights, len(taps))
-        filtered = [1.0] + [-tap for tap in taps]
-        power = sum(a * b * r[abs(i - k)] for i, a in enumerate(filtered) for k, b in enumerate(filtered))
-        total = sum(a * a for a in filtered)
-        print(f"{rate:7d} {len(taps)} taps: weighted noise {10 * math.log10(power / r[0]):+6.2f} dB,"
+        total = 1 + sum(tap * tap for tap in optimum(weights, RATES[rate]))
+        print(f"{rate:7d} {RATES[rate]} taps: weighted noise {weighted_noise(weights, RATES[rate]):+6.2f} dB,"
               f" all noise {10 * math.log10(total):+6.2f} dB")
     for name, taps in tables().items():
         if name.startswith("flat"):

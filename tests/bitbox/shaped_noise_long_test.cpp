@@ -2,9 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
+#include <numbers>
 
-#include "bitbox/shaped_noise.h"
+#include "dither_spectra/spectrum.h"
 #include "support/signals.h"
 
 namespace auspool {
@@ -46,17 +48,30 @@ void expect_stable(std::uint32_t type, float rate) {
   bitbox_dither_ip(dither.get(), 0, 1, silence.data(), 1, 400000);
   double power = 0, designed = 0;
   for (const double x : silence) power += x * 32768 * x * 32768 / 400000;
-  for (int i = 0; i < 2000; ++i)
-    designed += 0.25 * testing::designed_power(*dither, std::numbers::pi * (i + 0.5) / 2000) / 2000;
+  for (int i = 0; i < 2000; ++i) designed += 0.25 * designed_power(*dither, std::numbers::pi * (i + 0.5) / 2000) / 2000;
   EXPECT_NEAR(10 * std::log10(power / designed), 0, 0.2) << type << " at " << rate;
 }
 
-TEST(ShapedNoiseLong, IsStableThroughTenLoudMinutes) {
-  for (const std::uint32_t type : {BITBOX_DITHER_SIMPLE, BITBOX_DITHER_POLES, BITBOX_DITHER_F_WEIGHTED,
-                                   BITBOX_DITHER_FLAT_LOW, BITBOX_DITHER_FLAT_MED, BITBOX_DITHER_FLAT_HIGH}) {
+void expect_stable_at_all_rates(std::uint32_t type) {
+  for (const int rate : {44100, 48000, 64000, 88200, 96000, 128000, 176400, 192000, 256000, 352800, 384000})
+    expect_stable(type, static_cast<float>(rate));
+}
+
+TEST(StableThroughTenLoudMinutesLong, AreFlatFloors) {  // which have the same filters at every rate
+  for (const std::uint32_t type : {BITBOX_DITHER_FLAT_LOW, BITBOX_DITHER_FLAT_MED, BITBOX_DITHER_FLAT_HIGH})
     expect_stable(type, 44100);
-  }
-  expect_stable(BITBOX_DITHER_F_WEIGHTED, 96000);
+}
+
+TEST(StableThroughTenLoudMinutesLong, AreTwoTaps) {
+  expect_stable_at_all_rates(BITBOX_DITHER_SIMPLE);
+}
+
+TEST(StableThroughTenLoudMinutesLong, ArePoles) {
+  expect_stable_at_all_rates(BITBOX_DITHER_POLES);
+}
+
+TEST(StableThroughTenLoudMinutesLong, AreFiltersAfterTheEar) {
+  expect_stable_at_all_rates(BITBOX_DITHER_F_WEIGHTED);
 }
 
 }  // namespace

@@ -1,16 +1,15 @@
 // The noise of each dither, measured from the running quantiser.
-#include "bitbox/shaped_noise.h"
-
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
+#include <numbers>
+#include <string>
 
-#include "support/signals.h"
+#include "dither_spectra/spectrum.h"
 
 namespace auspool {
 namespace {
-
-using testing::kSegment;
 
 using Dither = std::unique_ptr<bitbox_dither, void (*)(bitbox_dither *)>;
 
@@ -18,28 +17,14 @@ Dither make(std::uint32_t type, float rate) {
   return {bitbox_dither_create(16, 1, type, nullptr, rate), bitbox_dither_destroy};
 }
 
-// What is added to a quiet sine on its way to 16 bits, in codes.
-std::vector<double> added(const Dither &dither, std::size_t frames) {
-  const auto sine = testing::sine(frames, 44100, 1000, 0.1);
-  const std::vector<double> before(sine.begin(), sine.end());
-  std::vector<double> after = before;
-  bitbox_dither_ip(dither.get(), 0, 1, after.data(), 1, static_cast<std::int32_t>(frames));
-  for (std::size_t i = 0; i < frames; ++i) {
-    const double code = dither->is_shaped() ? after[i] * 32768 : std::rint(after[i] * 32768);
-    after[i] = code - before[i] * 32768;
-  }
-  return after;
-}
-
 constexpr std::size_t kSegments = 300;
 
 // Rounding with triangular noise errs by a quarter of a squared code in all: a twelfth, and twice that of the noise.
 void expect_design(const Dither &dither, const std::string &name) {
-  const auto power = testing::power_spectrum(added(dither, kSegment * kSegments / 2));
+  const auto power = power_spectrum(added_noise(*dither, kSegment * kSegments / 2));
   double measured = 0, designed = 0;
   for (std::size_t bin = 8; bin < kSegment / 2; ++bin) {
-    const double expected =
-        0.25 * testing::designed_power(*dither, 2 * std::numbers::pi * static_cast<double>(bin) / kSegment);
+    const double expected = 0.25 * designed_power(*dither, 2 * std::numbers::pi * static_cast<double>(bin) / kSegment);
     // Half-overlapped segments leave a spread of about 7 percent: a tone would stand out.
     EXPECT_LT(10 * std::log10(power[bin] / expected), 2.0) << name << ", bin " << bin;
     measured += power[bin];

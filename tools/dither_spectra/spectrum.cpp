@@ -1,22 +1,14 @@
-// What a dither makes of a signal, as a spectrum, beside what its filter says.
-#pragma once
+#include "dither_spectra/spectrum.h"
 
 #include <cmath>
 #include <complex>
 #include <numbers>
-#include <vector>
 
-#include "bitbox/dither.h"
 #include "platform/fft.h"
 
-namespace auspool::testing {
+namespace auspool {
 
-constexpr int kLog2Segment = 12;
-constexpr std::size_t kSegment = std::size_t{1} << kLog2Segment;
-
-// The power spectrum of noise by Welch's method, scaled so that white noise of variance v has v in each bin. Bins from
-// 0 to kSegment / 2, the last left out.
-inline std::vector<double> power_spectrum(const std::vector<double> &samples) {
+std::vector<double> power_spectrum(const std::vector<double> &samples) {
   const RealFft<double> fft(kLog2Segment);
   std::vector<double> windowed(kSegment), spectrum(kSegment), work(kSegment), power(kSegment / 2);
   double window_power = 0;
@@ -37,8 +29,19 @@ inline std::vector<double> power_spectrum(const std::vector<double> &samples) {
   return power;
 }
 
-// The power that the filter of a dither gives to white noise of power 1 at an angle up to pi.
-inline double designed_power(const bitbox_dither &dither, double angle) {
+std::vector<double> added_noise(bitbox_dither &dither, std::size_t frames) {
+  std::vector<double> before(frames);
+  for (std::size_t i = 0; i < frames; ++i) before[i] = 0.1 * std::sin(0.1425 * static_cast<double>(i));
+  std::vector<double> after = before;
+  bitbox_dither_ip(&dither, 0, 1, after.data(), 1, static_cast<std::int32_t>(frames));
+  for (std::size_t i = 0; i < frames; ++i) {
+    const double code = after[i] * dither.scale;
+    after[i] = (dither.is_shaped() ? code : std::rint(code)) - before[i] * dither.scale;
+  }
+  return after;
+}
+
+double designed_power(const bitbox_dither &dither, double angle) {
   std::complex<double> zeros = 1, poles = 1;
   for (int k = 0; k < dither.order; ++k) {
     const auto turn = std::polar(1.0, -angle * (k + 1));
@@ -49,4 +52,4 @@ inline double designed_power(const bitbox_dither &dither, double angle) {
   return std::norm(zeros / poles);
 }
 
-}  // namespace auspool::testing
+}  // namespace auspool
