@@ -68,6 +68,13 @@ void RealFft<T>::multiply_add(const T *a, const T *b, T *out) const {
 }
 
 template <typename T>
+void RealFft<T>::multiply_sum(const T *const *a, const T *b, std::size_t count, bool adds, T *out) const {
+  if (!short_) return kernels_->multiply_sum(size_, a, b, count, adds, out);
+  for (std::size_t k = 0; k < count; ++k, b += size_)
+    adds || k > 0 ? multiply_add(a[k], b, out) : multiply(a[k], b, out);
+}
+
+template <typename T>
 void RealFft<T>::inverse_product(const T *a, const T *b, T *samples, T *work) const {
   if (!short_) return kernels_->inverse_product(*tables_, a, b, samples, work);
   multiply(a, b, samples);

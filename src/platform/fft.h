@@ -54,6 +54,8 @@ public:
   // out = a * b and out += a * b on unordered spectra; `out` may be `a` or `b`.
   void multiply(const T *a, const T *b, T *out) const;
   void multiply_add(const T *a, const T *b, T *out) const;
+  // The sum of a[k] * (b + k * size()) over `count` unordered spectra, added to `out` where `adds`.
+  void multiply_sum(const T *const *a, const T *b, std::size_t count, bool adds, T *out) const;
   // inverse_unordered of the product of two spectra, which are kept; neither may be `samples`.
   void inverse_product(const T *a, const T *b, T *samples, T *work) const;
 

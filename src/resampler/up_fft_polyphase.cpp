@@ -51,9 +51,7 @@ std::int32_t up_fft_polyphase_input_samples(const void *state, std::int32_t outp
 
 void up_fft_madd(const RealFft<double> &fft, const double *filter, double *const *slots, std::int32_t partitions,
                  bool begins, double *sum) {
-  for (std::int32_t i = 0; i < partitions; ++i, filter += fft.size()) {
-    begins &&i == 0 ? fft.multiply(slots[i], filter, sum) : fft.multiply_add(slots[i], filter, sum);
-  }
+  fft.multiply_sum(slots, filter, static_cast<std::size_t>(partitions), !begins, sum);
 }
 
 std::int32_t up_fft_polyphase_interpolate(up_fft_polyphase &state, const fft_static_data &shared, double *work,

@@ -108,6 +108,29 @@ TYPED_TEST(RealFftOf, UnorderedTransformsMayReuseTheirInput) {
   });
 }
 
+TYPED_TEST(RealFftOf, SumsOfProductsAreThoseOfTheProducts) {
+  on_every_target([] {
+    for (const int log2_size : {3, 5, 7, 9}) {
+      const RealFft<TypeParam> fft(log2_size);
+      for (std::size_t count = 1; count <= 10; ++count) {
+        const auto a = noise_of<TypeParam>(count * fft.size(), 1);
+        const auto b = noise_of<TypeParam>(count * fft.size(), 2);
+        std::vector<const TypeParam *> places;
+        for (std::size_t k = 0; k < count; ++k) places.push_back(a.data() + (k * 3 % count) * fft.size());
+        for (const bool adds : {false, true}) {
+          std::vector<TypeParam> sum(fft.size(), 1), expected(fft.size(), adds ? 1 : 0);
+          fft.multiply_sum(places.data(), b.data(), count, adds, sum.data());
+          for (std::size_t k = 0; k < count; ++k)
+            fft.multiply_add(places[k], b.data() + k * fft.size(), expected.data());
+          for (std::size_t i = 0; i < sum.size(); ++i) {
+            ASSERT_NEAR(sum[i], expected[i], 1e-5) << count << " of " << fft.size() << " points, at " << i;
+          }
+        }
+      }
+    }
+  });
+}
+
 TYPED_TEST(RealFftOf, TheWayBackOfAProductIsThatOfTheProduct) {
   on_every_target([] {
     for (int log2_size = 1; log2_size <= 13; ++log2_size) {

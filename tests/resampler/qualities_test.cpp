@@ -225,6 +225,15 @@ TEST(Qualities, RunWithoutAllocationOrSystemCall) {
   }
 }
 
+// Players create chains on the audio thread when rates change: a ready chain of quality 0 asks for little.
+TEST(Qualities, AReadyChainAtQualityZeroTakesFewAllocations) {
+  for (const RatePair &rates : {RatePair{44100, 48000}, {48000, 44100}, {192000, 48000}, {8000, 192000}}) {
+    const long before = allocation_count();
+    const RaesamplerHandle chain = create_chain(rates, RaesamplerQualityRealTime, 2);
+    EXPECT_LE(allocation_count() - before, 23) << rates;
+  }
+}
+
 TEST(Qualities, CreationLeavesNothingBehindWhenMemoryRunsOut) {
   for (const RatePair &rates : {RatePair{44100, 48000}, {192000, 48000}}) {
     for (const std::int32_t flags : {1, 3, 1 | RAESAMPLER_FLAG_LOW_LATENCY}) {

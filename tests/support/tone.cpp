@@ -7,20 +7,23 @@
 
 namespace auspool::testing {
 
-double strongest_tone(std::span<const double> samples) {
-  // A flat-top window: the peak of a tone between two bins is as high as on one.
+void apply_flat_top(std::span<double> samples) {
   constexpr double kTerms[] = {1.0, -1.93, 1.29, -0.388, 0.028};
+  const double turn = 2 * std::numbers::pi / static_cast<double>(samples.size());
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    double window = 0;
+    for (int k = 0; k < 5; ++k) window += kTerms[k] * std::cos(turn * k * static_cast<double>(i));
+    samples[i] *= window;
+  }
+}
+
+double strongest_tone(std::span<const double> samples) {
   const int log2_size = static_cast<int>(std::bit_width(samples.size())) - 1;
   const RealFft<double> fft(log2_size);
   const std::size_t size = fft.size();
-  std::vector<double> windowed(size), spectrum(size), work(size);
-  for (std::size_t i = 0; i < size; ++i) {
-    double window = 0;
-    for (int k = 0; k < 5; ++k) {
-      window += kTerms[k] * std::cos(2 * std::numbers::pi * k * static_cast<double>(i) / static_cast<double>(size));
-    }
-    windowed[i] = samples[i] * window;
-  }
+  std::vector<double> windowed(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(size));
+  apply_flat_top(windowed);
+  std::vector<double> spectrum(size), work(size);
   fft.forward(windowed.data(), spectrum.data(), work.data());
   double strongest = 0;
   for (std::size_t k = 1; k < size / 2; ++k) {

@@ -59,6 +59,9 @@ double amplitude_of(std::span<const Sample> samples) {
   return std::sqrt(2 * power / static_cast<double>(samples.size()));
 }
 
+// A window under which the peak of a tone between two bins of a spectrum is as high as on one.
+void apply_flat_top(std::span<double> samples);
+
 // The amplitude of the strongest tone, wherever it is, to a hundredth of a decibel.
 double strongest_tone(std::span<const double> samples);
 

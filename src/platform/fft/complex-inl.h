@@ -32,6 +32,9 @@ struct Complex {
   HWY_INLINE Complex operator*(Complex b) const {
     return {hn::NegMulAdd(im, b.im, hn::Mul(re, b.re)), hn::MulAdd(im, b.re, hn::Mul(re, b.im))};
   }
+  HWY_INLINE Complex times_plus(Complex b, Complex c) const {
+    return {hn::NegMulAdd(im, b.im, hn::MulAdd(re, b.re, c.re)), hn::MulAdd(im, b.re, hn::MulAdd(re, b.im, c.im))};
+  }
   HWY_INLINE Complex times_conjugate(Complex b) const {
     return {hn::MulAdd(im, b.im, hn::Mul(re, b.re)), hn::NegMulAdd(re, b.im, hn::Mul(im, b.re))};
   }

@@ -28,6 +28,7 @@ constexpr Kernels<Sample<D>> kKernels = {kLanes<D>,
                                          inverse_unordered<D>,
                                          multiply_unordered<D, false>,
                                          multiply_unordered<D, true>,
+                                         multiply_sum_unordered<D>,
                                          inverse_product<D>};
 
 // The squares of an ordered transform are of F/2 points at least.

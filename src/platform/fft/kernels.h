@@ -17,6 +17,7 @@ struct Kernels {
   std::size_t lanes;
   Transform forward, inverse, forward_unordered, inverse_unordered;
   Product multiply, multiply_add;
+  void (*multiply_sum)(std::size_t size, const T *const *a, const T *b, std::size_t count, bool adds, T *out);
   void (*inverse_product)(const Tables<T> &tables, const T *a, const T *b, T *out, T *work);
 };
 

@@ -202,6 +202,37 @@ void multiply_unordered(std::size_t size, const Sample<D> *a, const Sample<D> *b
   out[kL] = nyquist;
 }
 
+// The sum of the products of several spectra with those that lie behind one another from `b` on, added to `out` if
+// `adds`. Four at a time: more streams than that the processor does not fetch ahead, and fewer pass over `out` too
+// often.
+template <class D>
+void multiply_sum_unordered(std::size_t size, const Sample<D> *const *a, const Sample<D> *b, std::size_t count,
+                            bool adds, Sample<D> *out) {
+  constexpr std::size_t kL = kLanes<D>;
+  std::size_t k = 0;
+  for (; k + 4 <= count; k += 4, b += 4 * size, adds = true) {
+    Sample<D> dc = adds ? out[0] : 0;
+    Sample<D> nyquist = adds ? out[kL] : 0;
+    for (std::size_t j = 0; j < 4; ++j) {
+      dc += a[k + j][0] * b[j * size];
+      nyquist += a[k + j][kL] * b[j * size + kL];
+    }
+    for (std::size_t n = 0; n < size; n += 2 * kL) {
+      Complex<D> sum = load_complex<D>(a[k] + n) * load_complex<D>(b + n);
+      if (adds) sum = sum + load_complex<D>(out + n);
+      for (std::size_t j = 1; j < 4; ++j) {
+        sum = load_complex<D>(a[k + j] + n).times_plus(load_complex<D>(b + j * size + n), sum);
+      }
+      store<D>(sum, out + n);
+    }
+    out[0] = dc;
+    out[kL] = nyquist;
+  }
+  for (; k < count; ++k, b += size, adds = true) {
+    adds ? multiply_unordered<D, true>(size, a[k], b, out) : multiply_unordered<D, false>(size, a[k], b, out);
+  }
+}
+
 // What a way back begins with: a spectrum.
 template <class D>
 struct Spectrum {
