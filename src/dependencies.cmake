@@ -9,6 +9,9 @@ set(modules
   libturbojpeg
 )
 list(APPEND modules ${AUSPOOL_CODEC_MODULES})
+if(AUSPOOL_PIPEWIRE)
+  list(APPEND modules libpipewire-0.3)
+endif()
 foreach(module ${modules})
   pkg_check_modules(AUSPOOL_${module} REQUIRED IMPORTED_TARGET ${module})
   list(APPEND AUSPOOL_LIBRARIES PkgConfig::AUSPOOL_${module})

@@ -17,6 +17,7 @@
  *
  * Players and lines find devices by their number, or follow the system's default. All of them use one
  * backend, which a host may choose by name while no player, line or watch exists:
+ *   "pipewire"   the sinks and sources of a PipeWire server, with a build that has it
  *   "simulated"  devices inside the process, without sound: for tests and for computers without a sound
  *                system. Its default devices run by the clock; auspool/audevice_simulated.h scripts others
  * The default is the one that reaches the sound system; where there is none, or it cannot be reached,

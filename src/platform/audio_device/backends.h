@@ -9,6 +9,7 @@ namespace auspool::platform {
 
 // Each opens its backend; throws std::bad_alloc. A sound system that cannot be reached now is no failure: operations
 // then give AUDEVICE_NOT_RUNNING, and the backend goes on trying.
+std::unique_ptr<AudioBackend> open_pipewire();
 std::unique_ptr<AudioBackend> open_simulated();
 
 struct BackendEntry {
@@ -19,6 +20,9 @@ struct BackendEntry {
 
 // In order of preference.
 inline constexpr BackendEntry kBackends[] = {
+#ifdef AUSPOOL_PIPEWIRE
+    {"pipewire", open_pipewire, true},
+#endif
     {"simulated", open_simulated, false},
 };
 

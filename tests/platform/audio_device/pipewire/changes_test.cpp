@@ -1,0 +1,190 @@
+// What a sound server does under audio that plays: nothing of it may crash, hang or stay silent without a word.
+#include <gtest/gtest.h>
+
+#include <optional>
+
+#include "support/sound_system.h"
+
+namespace auspool::platform {
+namespace {
+
+using testing::Ears;
+using testing::eventually;
+using testing::MonitorRecorder;
+using testing::NumberedPlayer;
+using testing::SoundServer;
+using testing::SoundSystem;
+using testing::SoundTest;
+using testing::Stretch;
+using testing::stretches_of;
+
+class PipeWireChanges : public SoundTest {
+protected:
+  void expect_playing(const NumberedPlayer &player) {
+    const int before = player.cycles;
+    EXPECT_TRUE(eventually([&] { return player.cycles > before + 3; }));
+  }
+};
+
+// As a player does it that follows the default.
+struct Follower {
+  explicit Follower(SoundSystem &sound) : system(sound) {
+    follow();
+    EXPECT_EQ(system.devices.add_listener(kSystemObject, kDefaultOutput, hear, this), 0);
+  }
+  ~Follower() { system.devices.remove_listener(kSystemObject, kDefaultOutput, hear, this); }
+
+  static DeviceStatus hear(ObjectId, std::uint32_t, const PropertyAddress *, void *self) {
+    static_cast<Follower *>(self)->follow();
+    return 0;
+  }
+
+  void follow() {
+    const std::uint64_t next = player ? (player->stop(), player->next.load()) : 0;
+    player.reset();
+    const ObjectId device = system.default_output();
+    if (device == 0) return;
+    player.emplace(system.devices, device, next);
+    EXPECT_EQ(player->start(), 0);
+    ++starts;
+  }
+
+  SoundSystem &system;
+  std::optional<NumberedPlayer> player;
+  std::atomic<int> starts = 0;
+};
+
+TEST_F(PipeWireChanges, AnotherDefaultCostsOneBufferAtMost) {
+  const MonitorRecorder main(*server, "main", "FL,FR"), other(*server, "other", "FL,FR");
+  ASSERT_TRUE(eventually([&] { return !main.samples().empty() && !other.samples().empty(); }));
+  Follower follower(*system);
+  ASSERT_TRUE(eventually([&] { return !stretches_of(main.samples(), 2).empty(); }));
+  server->set_default_sink("other");
+  ASSERT_TRUE(eventually([&] { return follower.starts == 2; }));
+  ASSERT_TRUE(eventually([&] {
+    const auto runs = stretches_of(other.samples(), 2);
+    return !runs.empty() && runs.back().frames > 12000;
+  }));
+  const std::vector<Stretch> before = stretches_of(main.samples(), 2), after = stretches_of(other.samples(), 2);
+  ASSERT_EQ(before.size(), 1u) << ::testing::PrintToString(before);
+  ASSERT_EQ(after.size(), 1u) << ::testing::PrintToString(after);
+
+  const std::uint64_t heard = before[0].first + before[0].frames;
+  EXPECT_GE(after[0].first, heard);
+  EXPECT_LE(after[0].first - heard, follower.player->frames);
+}
+
+TEST_F(PipeWireChanges, AnotherGraphRateIsToldAndPlaybackGoesOnExact) {
+  const ObjectId main = system->device("main");
+  NumberedPlayer player(devices(), main);
+  ASSERT_EQ(player.start(), 0);
+  Ears ears(devices(), main, kNominalRate);
+  ASSERT_TRUE(eventually([&] { return ears.heard > 0; }));
+  server->set("force-rate", 44100);
+  ASSERT_TRUE(eventually([&] { return ears.heard > 1 && system->rate(main) == 44100.0; }));
+  expect_playing(player);
+  const MonitorRecorder recorder(*server, "main", "FL,FR", 44100);
+  testing::expect_exact([&] { return recorder.samples(); }, 2, 12000);
+  EXPECT_EQ(system->rate(main), 44100.0);
+}
+
+TEST_F(PipeWireChanges, ARateThatIsSetWhilePlayingBecomesTheGraphs) {
+  const ObjectId main = system->device("main");
+  NumberedPlayer player(devices(), main);
+  ASSERT_EQ(player.start(), 0);
+  ASSERT_TRUE(eventually([&] { return devices().set(main, kNominalRate, 96000.0) == 0; }));
+  EXPECT_EQ(system->rate(main), 96000.0);
+  expect_playing(player);
+  const MonitorRecorder recorder(*server, "main", "FL,FR", 96000);
+  testing::expect_exact([&] { return recorder.samples(); }, 2, 12000);
+  EXPECT_EQ(system->rate(main), 96000.0);
+  ASSERT_TRUE(eventually([&] { return devices().set(main, kNominalRate, 48000.0) == 0; }));
+  expect_playing(player);
+}
+
+TEST_F(PipeWireChanges, ARateThatWasSetBeforeIsThereFromTheStart) {
+  const ObjectId main = system->device("main");
+  ASSERT_EQ(devices().set(main, kNominalRate, 44100.0), 0);
+  NumberedPlayer player(devices(), main);
+  ASSERT_EQ(player.start(), 0);
+  EXPECT_EQ(system->rate(main), 44100.0);
+  const MonitorRecorder recorder(*server, "main", "FL,FR", 44100);
+  testing::expect_exact([&] { return recorder.samples(); }, 2, 12000);
+}
+
+TEST_F(PipeWireChanges, AnotherBufferSizeIsToldAndUsed) {
+  const ObjectId main = system->device("main");
+  ASSERT_EQ(devices().set(main, kBufferFrames, 256u), 0);
+  NumberedPlayer player(devices(), main);
+  ASSERT_EQ(player.start(), 0);
+  ASSERT_TRUE(eventually([&] { return player.frames == 256; }));
+  EXPECT_EQ(system->frames(main), 256u);
+
+  Ears ears(devices(), main, kBufferFrames);
+  server->set("force-quantum", 512);
+  ASSERT_TRUE(eventually([&] { return player.frames == 512 && ears.heard > 0; }));
+  EXPECT_TRUE(eventually([&] { return system->frames(main) == 512u; }));
+  server->set("force-quantum", 0);
+  ASSERT_TRUE(eventually([&] { return player.frames == 256; }));
+  ASSERT_EQ(devices().set(main, kBufferFrames, 2048u), 0);
+  ASSERT_TRUE(eventually([&] { return player.frames == 2048 && system->frames(main) == 2048u; }));
+}
+
+TEST_F(PipeWireChanges, ADeviceThatGoesEndsItsIo) {
+  const ObjectId other = system->device("other");
+  NumberedPlayer player(devices(), other);
+  Ears ears(devices(), kSystemObject, kDevices);
+  ASSERT_EQ(player.start(), 0);
+  expect_playing(player);
+  server->remove("other");
+  ASSERT_TRUE(eventually([&] { return ears.heard > 0 && system->device("other") == 0; }));
+  const int cycles = player.cycles;
+  EXPECT_EQ(player.start(), AUDEVICE_BAD_OBJECT);
+  EXPECT_EQ(player.stop(), AUDEVICE_BAD_OBJECT);
+  usleep(50000);
+  EXPECT_EQ(player.cycles, cycles);
+}
+
+TEST_F(PipeWireChanges, WithTheDefaultSinkGonePlaybackGoesOnAtTheNext) {
+  Follower follower(*system);
+  ASSERT_EQ(follower.starts, 1);
+  server->remove("main");
+  ASSERT_TRUE(eventually([&] { return system->default_output() == system->device("other"); }));
+  const MonitorRecorder recorder(*server, "other", "FL,FR");
+  testing::expect_exact([&] { return recorder.samples(); }, 2, 12000);
+}
+
+TEST_F(PipeWireChanges, AServerThatWasKilledIsFoundAgain) {
+  Follower follower(*system);
+  const ObjectId main = system->device("main");
+  server->kill();
+  ASSERT_TRUE(eventually([&] { return system->default_output() == 0; }));
+  ObjectId none = 0;
+  EXPECT_EQ(devices().get(kSystemObject, kDefaultOutput, &none), AUDEVICE_NOT_RUNNING);
+  EXPECT_TRUE(system->all().empty());
+  double rate = 0.0;
+  EXPECT_EQ(devices().get(main, kNominalRate, &rate), AUDEVICE_BAD_OBJECT);
+  server->start();
+  ASSERT_TRUE(eventually([&] { return system->default_output() != 0; }));
+  EXPECT_NE(system->device("main"), main);
+  const MonitorRecorder recorder(*server, "main", "FL,FR");
+  testing::expect_exact([&] { return recorder.samples(); }, 2, 12000);
+}
+
+TEST(PipeWireWithoutServer, SaysSoAndFindsItWhenItComes) {
+  NEED_SOUND_SERVER();
+  SoundServer server{SoundServer::NotYet()};
+  SoundSystem system;
+  ASSERT_EQ(system.choice.status, 0);
+  ObjectId id = 0;
+  std::uint32_t bytes = 0;
+  EXPECT_EQ(system.devices.get(kSystemObject, kDefaultOutput, &id), AUDEVICE_NOT_RUNNING);
+  EXPECT_EQ(system.devices.property_size(kSystemObject, kDevices, &bytes), AUDEVICE_NOT_RUNNING);
+  EXPECT_EQ(system.devices.set(kSystemObject, kDefaultOutput, id), AUDEVICE_NOT_RUNNING);
+  Ears ears(system.devices, kSystemObject, kDefaultOutput);
+  server.start();
+  EXPECT_TRUE(eventually([&] { return ears.heard > 0 && system.default_output() != 0; }));
+}
+
+}  // namespace
+}  // namespace auspool::platform
