@@ -119,7 +119,8 @@ struct Server::Handlers {
       pw_node_subscribe_params(reinterpret_cast<pw_node *>(watched.proxy), wanted, 1);
     }
     if (tells || watched.asked) return;
-    const std::uint32_t ports = watched.node.is_input ? info->n_output_ports : info->n_input_ports;
+    const std::uint32_t all = watched.node.is_input ? info->n_output_ports : info->n_input_ports;
+    const std::uint32_t ports = std::min<std::uint32_t>(all, SPA_AUDIO_MAX_CHANNELS);
     guarded([&] { watched.describe(std::vector<std::uint32_t>(ports, SPA_AUDIO_CHANNEL_UNKNOWN)); });
     watched.server.wake();
   }

@@ -119,6 +119,7 @@ TEST_F(PipeWireIo, TheRealTimeThreadNeitherAllocatesNorLocksNorBlocks) {
   };
   for (const char *const device : {"main", "line"}) {
     Guarded guarded;
+    ASSERT_EQ(devices().set(system->device(device), kBufferFrames, 256u), 0);
     Proc proc(devices(), system->device(device), Guarded::run, &guarded);
     ASSERT_EQ(proc.start(), 0);
     ASSERT_TRUE(eventually([&] { return guarded.calls >= 50; }));
