@@ -1,4 +1,5 @@
-// Any audio file that libsndfile reads, as two channels: a mono file feeds both, of more channels the first two count.
+// Any audio file that libsndfile reads: all its channels, or as two, where a mono file feeds both, and of more channels
+// the first two count.
 #pragma once
 
 #include <sndfile.h>
@@ -8,6 +9,8 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <vector>
 
 namespace example {
@@ -18,28 +21,35 @@ public:
     if (!file_) throw std::runtime_error(path_ + ": " + sf_strerror(nullptr));
   }
 
+  const SF_INFO &info() const { return info_; }
   float rate() const { return static_cast<float>(info_.samplerate); }
   sf_count_t frames() const { return info_.frames; }
   double seconds() const { return static_cast<double>(info_.frames) / info_.samplerate; }
 
-  // Reads the next frames, at most so many, and returns how many there were; 0 at the end.
-  int read(int frames) {
-    const auto channels = static_cast<std::size_t>(info_.channels), most = static_cast<std::size_t>(frames);
-    interleaved_.resize(most * channels);
-    const auto count = static_cast<std::size_t>(sf_readf_float(file_.get(), interleaved_.data(), frames));
-    if (count < most && sf_error(file_.get())) throw std::runtime_error(path_ + ": " + sf_strerror(file_.get()));
-    left_.resize(most);
-    right_.resize(most);
-    for (std::size_t i = 0; i < count; ++i) {
-      left_[i] = interleaved_[i * channels];
-      right_[i] = interleaved_[i * channels + (channels > 1 ? 1 : 0)];
-      power_ += (std::pow(left_[i], 2) + std::pow(right_[i], 2)) / 2;
+  // Reads the next frames, at most so many, and returns how many there were; 0 at the end. The first form puts each
+  // channel into a buffer of the caller's, the second into left() and right().
+  template <typename Sample>
+  int read(Sample *const *channels, int frames) {
+    const Sample *from = read_interleaved<Sample>(frames);
+    for (int i = 0; i < got_; ++i) {
+      for (int c = 0; c < info_.channels; ++c) channels[c][i] = *from++;
     }
-    read_ += static_cast<double>(count);
-    return static_cast<int>(count);
+    return got_;
   }
 
-  // The level in dB of what was read since this was last asked, both channels together.
+  int read(int frames) {
+    left_.resize(static_cast<std::size_t>(frames));
+    right_.resize(static_cast<std::size_t>(frames));
+    const float *from = read_interleaved<float>(frames);
+    const int right = info_.channels > 1 ? 1 : 0;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(got_); ++i, from += info_.channels) {
+      left_[i] = from[0];
+      right_[i] = from[right];
+    }
+    return got_;
+  }
+
+  // The level in dB of what was read since this was last asked, all channels together.
   double level() {
     const double mean = power_ / std::max(1.0, read_);
     power_ = read_ = 0;
@@ -50,10 +60,28 @@ public:
   const std::vector<float> &right() const { return right_; }
 
 private:
+  template <typename Sample>
+  const Sample *read_interleaved(int frames) {
+    auto &block = std::get<std::vector<Sample>>(interleaved_);
+    const auto channels = static_cast<std::size_t>(info_.channels);
+    block.resize(static_cast<std::size_t>(frames) * channels);
+    if constexpr (std::is_same_v<Sample, float>)
+      got_ = static_cast<int>(sf_readf_float(file_.get(), block.data(), frames));
+    else
+      got_ = static_cast<int>(sf_readf_double(file_.get(), block.data(), frames));
+    if (got_ < frames && sf_error(file_.get())) throw std::runtime_error(path_ + ": " + sf_strerror(file_.get()));
+    const std::size_t samples = static_cast<std::size_t>(got_) * channels;
+    for (std::size_t i = 0; i < samples; ++i) power_ += std::pow(static_cast<double>(block[i]), 2);
+    read_ += static_cast<double>(samples);
+    return block.data();
+  }
+
   std::string path_;
   SF_INFO info_{};
   std::unique_ptr<SNDFILE, int (*)(SNDFILE *)> file_;
-  std::vector<float> interleaved_, left_, right_;
+  std::tuple<std::vector<float>, std::vector<double>> interleaved_;
+  std::vector<float> left_, right_;
+  int got_ = 0;
   double power_ = 0, read_ = 0;
 };
 

@@ -13,6 +13,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace example {
@@ -111,7 +112,11 @@ Option text_option(const char *name, Target &target) {
 
 template <typename Target>
 Option number_option(const char *name, Target &target, double low, double high) {
-  return {name, true, [=, &target](const std::string &text) { target = static_cast<Target>(number(text, low, high)); }};
+  return {name, true, [=, &target](const std::string &text) {
+            const double value = number(text, low, high);
+            if (std::is_integral_v<Target> && value != std::trunc(value)) throw UsageError("a whole number is wanted");
+            target = static_cast<Target>(value);
+          }};
 }
 
 template <typename Target>

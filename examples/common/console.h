@@ -17,6 +17,8 @@ namespace example {
 
 class Console {
 public:
+  ~Console() { clear(); }
+
   void say(const std::string &line) { print(stdout, line); }
   void say(const nlohmann::ordered_json &object) {
     say(object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));  // a path need not be UTF-8
@@ -50,10 +52,14 @@ private:
 
   void print(std::FILE *file, const std::string &line) {
     const std::lock_guard lock(mutex_);
-    if (drawn_) std::fputs("\r\033[K", stderr);
-    drawn_ = false;
+    clear();
     std::fprintf(file, "%s\n", line.c_str());
     std::fflush(file);
+  }
+
+  void clear() {
+    if (drawn_) std::fputs("\r\033[K", stderr);
+    drawn_ = false;
   }
 
   const bool terminal_ = isatty(STDERR_FILENO) == 1;
