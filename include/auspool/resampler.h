@@ -24,9 +24,9 @@
  * signal is delayed by about two input frames. For high quality use auspool/raesampler.h.
  *
  * Conventions
- * - Counts are frames. A count below 1 is 0 frames, and gives 0.
+ * - Counts are frames. A count below 1 is 0 frames, and gives 0; one above INT32_MAX is INT32_MAX.
  * - Rates are in Hz. A pair of rates that has no ratio above 0, finite, takes 0 frames, and a
- *   conversion with it repeats the last frame.
+ *   conversion with it stays where it is: it repeats one frame.
  * - A change of the input rate starts afresh, as resampler_reset does; a change of the output rate
  *   goes on smoothly.
  * - Input and output must not overlap. THE INPUT IS MODIFIED: going down in rate, the filter runs over it

@@ -1,4 +1,4 @@
-// The low-pass biquad that the capture path uses against images and aliases, in single precision.
+// The low-pass biquad of the light rate converters, against images and aliases, in single precision.
 //
 // The design is the bilinear second-order low-pass (R. Bristow-Johnson, "Cookbook formulae for
 // audio EQ biquad filter coefficients") with alpha = sin(w) / (2 Q), Q = 0.8.
@@ -33,8 +33,13 @@ struct BiquadState {
   float x2 = 0, x1 = 0, y1 = 0, y2 = 0;
 };
 
-inline float filter_one(const BiquadCoefficients &c, BiquadState &s, float x) {
-  const float y = c.b0 * (x + s.x2) + c.b1 * s.x1 - c.a1 * s.y1 - c.a2 * s.y2;
+inline constexpr auto sum_terms = [](const BiquadCoefficients &c, const BiquadState &s, float x) {
+  return c.b0 * (x + s.x2) + c.b1 * s.x1 - c.a1 * s.y1 - c.a2 * s.y2;
+};
+
+template <typename Sum = decltype(sum_terms)>
+float filter_one(const BiquadCoefficients &c, BiquadState &s, float x, const Sum &sum = sum_terms) {
+  const float y = sum(c, s, x);
   s.x2 = s.x1;
   s.x1 = x;
   s.y2 = s.y1;
@@ -57,15 +62,16 @@ inline void filter_in_place(const BiquadCoefficients &coefficients, BiquadState 
 }
 
 // The same for two channels at once, in little more time than one takes: each output waits for the one before, and the
-// channels do not wait for each other.
-inline void filter_pair_in_place(const BiquadCoefficients &coefficients, BiquadState &left_state,
-                                 BiquadState &right_state, float *left, float *right, std::size_t count,
-                                 std::size_t stride) {
+// channels do not wait for each other. `sum` is the order in which a sample's terms are added.
+template <typename Sum = decltype(sum_terms)>
+void filter_pair_in_place(const BiquadCoefficients &coefficients, BiquadState &left_state, BiquadState &right_state,
+                          float *left, float *right, std::size_t count, std::size_t stride,
+                          const Sum &sum = sum_terms) {
   const BiquadCoefficients c = coefficients;
   BiquadState l = left_state, r = right_state;
   for (std::size_t i = 0; i < count; ++i) {
-    left[i * stride] = filter_one(c, l, left[i * stride]);
-    right[i * stride] = filter_one(c, r, right[i * stride]);
+    left[i * stride] = filter_one(c, l, left[i * stride], sum);
+    right[i * stride] = filter_one(c, r, right[i * stride], sum);
   }
   left_state = without_infinity(l);
   right_state = without_infinity(r);

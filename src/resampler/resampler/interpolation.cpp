@@ -35,7 +35,7 @@ void find_places(const ResamplerPosition &position, std::uint32_t first, std::ui
   places.count = std::min(end - first, FourPointPlaces::kMost);
   for (std::uint32_t i = 0; i < places.count; ++i) {
     const double t = position.at(static_cast<double>(first) + static_cast<std::int32_t>(i));
-    const auto frame = static_cast<std::int32_t>(static_cast<float>(t));
+    const auto frame = static_cast<std::int32_t>(static_cast<float>(t));  // of what is not negative: its floor
     places.offset[i] = frame - 3;
     places.t[i] = static_cast<float>(t - frame);
   }

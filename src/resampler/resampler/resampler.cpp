@@ -48,6 +48,12 @@ double ratio_of(double input_rate, double output_rate) {
   return ratio > 0.0 && std::isfinite(ratio) ? ratio : 0.0;
 }
 
+// Whether the input is copied as it is, frame for frame. Counts say so without the position, which is above -1, but so
+// little above it at times that a sum with it would count a frame less than the copy takes.
+bool copies(const resampler &context, double ratio) {
+  return ratio == 1.0 && context.options == 0;
+}
+
 template <typename Count>
 Count count_from(double frames) {
   constexpr auto kMost = std::numeric_limits<Count>::max();
@@ -108,6 +114,7 @@ void interpolate(const resampler &context, const ResamplerPosition &position, co
 }
 
 void update_history(float *history, Strided<const float> input, std::uint32_t used) {
+  if (used == 0) return;
   const std::uint32_t taken = std::min(used, std::uint32_t{3});
   std::copy(history + taken, history + 3, history);
   for (std::uint32_t i = 0; i < taken; ++i) history[3 - taken + i] = input[used - taken + i];
@@ -127,7 +134,8 @@ std::uint32_t convert(resampler &context, double ratio, const Frames &input, con
   const auto used = count_from<std::uint32_t>(std::ceil(frames_out * ratio + context.position));
   if (ratio > kFilterAbove) filter_aliases(context, ratio, input, used);
   interpolate(context, {context.position, ratio}, input, used, output, frames_out);
-  context.position = (context.position + frames_out * ratio) - used;
+  constexpr double kLeast = -1.0 + 0x1p-53;  // with next to no input for an output, rounding would reach -1
+  context.position = std::max((context.position + frames_out * ratio) - used, kLeast);
   return used;
 }
 
@@ -141,7 +149,7 @@ void resample(resampler &context, const Frames &input, const Frames &output, std
   }
   const double ratio = ratio_of(input_rate, output_rate);
   std::uint32_t used = frames_out;
-  if (ratio == 1.0 && context.options == 0) {
+  if (copies(context, ratio)) {
     copy(input, output, frames_out);
   } else {
     used = convert(context, ratio, input, output, frames_out);
@@ -172,12 +180,14 @@ void resampler_destroy(resampler *context) {
 int32_t resampler_frames_in(const resampler *context, int32_t frames_out, double input_rate, double output_rate) {
   if (frames_out <= 0) return 0;
   const double ratio = auspool::ratio_of(input_rate, output_rate);
+  if (auspool::copies(*context, ratio)) return frames_out;
   return auspool::count_from<std::int32_t>(std::ceil(frames_out * ratio + auspool::carry_of(*context, input_rate)));
 }
 
 int32_t resampler_frames_out(const resampler *context, int32_t frames_in, double input_rate, double output_rate) {
   const double ratio = auspool::ratio_of(input_rate, output_rate);
   if (frames_in <= 0 || ratio == 0.0) return 0;
+  if (auspool::copies(*context, ratio)) return frames_in;
   const double carry = auspool::carry_of(*context, input_rate);
   auto frames = auspool::count_from<std::int32_t>(std::ceil((frames_in - carry) / ratio));
   while (frames > 0 && std::ceil(frames * ratio + carry) > frames_in) --frames;

@@ -82,6 +82,18 @@ TEST_F(Resampler, TheCopyKeepsThePosition) {
   EXPECT_EQ(context->position, position);
 }
 
+TEST_F(Resampler, TheCopyIsCountedFrameForFrameAtAnyPosition) {
+  for (const double position : {0.0, -0.5, -1.0 + 0x1p-45, -1.0 + 0x1p-53}) {
+    context->position = position;
+    for (const std::int32_t frames : {1, 2, 4096, 5000}) {
+      EXPECT_EQ(resampler_frames_in(context.get(), frames, 44100, 44100), frames) << position;
+      EXPECT_EQ(resampler_frames_out(context.get(), frames, 44100, 44100), frames) << position;
+    }
+  }
+  resampler_set_options(context.get(), &kNoShortcut);
+  EXPECT_EQ(resampler_frames_in(context.get(), 4096, 44100, 44100), 4095) << "interpolation counts with the position";
+}
+
 TEST_F(Resampler, WithoutTheShortcutEqualRatesDelayByTwoFrames) {
   resampler_set_options(context.get(), &kNoShortcut);
   signal = testing::noise(50, 1);
@@ -197,6 +209,27 @@ TEST_F(Resampler, AnotherInputRateStartsAfresh) {
   context = make();
   EXPECT_EQ(convert(same, 50, 48000, 44100), out);
   EXPECT_EQ(context->source_rate, 48000.0);
+}
+
+// Counted with the rate before, a block may be a frame longer or shorter than what the new rate takes.
+TEST_F(Resampler, ACountTakenBeforeAnotherInputRateMayBeOneFrameOff) {
+  next(100, 44100, 48000);
+  const double carry = context->position;
+  ASSERT_LT(carry, -0.1);
+  const std::uint32_t counted = needed(12, 44100, 48000);  // 11.025 less the carry
+  EXPECT_EQ(counted, 11u);
+  EXPECT_EQ(needed(12, 44100.0001, 48000), 12u) << "another rate has no carry";
+  Samples input = testing::noise(2 * 12, 2);
+  convert(input, 12, 44100.0001, 48000);
+  EXPECT_NEAR(context->position, 11.025 - 12, 1e-3) << "the position begins anew";
+}
+
+TEST_F(Resampler, ThePositionStaysAboveMinusOneWhateverRounds) {
+  Samples input(2);
+  convert(input, 90, 384000, 1e303);
+  EXPECT_GT(context->position, -1.0);
+  EXPECT_LT(context->position, -0.999);
+  EXPECT_EQ(needed(1, 384000, 1e303), 0u);
 }
 
 TEST_F(Resampler, AnotherOutputRateGoesOn) {
