@@ -6,6 +6,7 @@
  * - Lengths count taps. Band edges and cut-offs are fractions of the Nyquist frequency of the rate at which the filter
  *   runs: 1.0 is Nyquist.
  * - A sample size is 4 (float) or 8 (double) bytes. Counts, lengths, fills and strides count samples of one channel.
+ *   To copy a count below 0 is to copy nothing.
  * - Windows are given by kind; any other number applies none.
  * - The creators allocate and return null when memory runs out or a size is below 1. All else allocates nothing,
  *   takes no lock and is for any thread, an audio thread included. There is no state: calls on different memory may
@@ -34,7 +35,7 @@
 
 #include <stdint.h>
 
-#include "auspool/types.h"
+#include <auspool/types.h>
 
 #ifdef __cplusplus
 extern "C" {

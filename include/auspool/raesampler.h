@@ -40,7 +40,6 @@
  *   than any that it made room for when it was created. They are fit for a real-time thread.
  * - Without drift correction the output is aligned with the input to within one input sample: the
  *   filters' delay is taken out at the start of the stream, and comes back as padding at its end.
- *
  */
 #ifndef AUSPOOL_RAESAMPLER_H
 #define AUSPOOL_RAESAMPLER_H
@@ -162,6 +161,7 @@ struct precomputed_structure; /* <auspool/raesampler_stages.h> */
  * stream's length times the ratio, rounded, is what was written.
  *
  * flags: as for raesampler_create; RAESAMPLER_FLAG_DRIFT and RAESAMPLER_FLAG_LOW_LATENCY mean nothing.
+ * channels: 1 to 0x100000.
  * io_sample_size: 4 or 8 bytes a sample; 8 only for RaesamplerQualityVeryHigh and above.
  * precomputed: null, or a chain to use instead of a planned one.
  * threads: how many may work at once. From as many as there are channels on, each channel but the
@@ -169,9 +169,9 @@ struct precomputed_structure; /* <auspool/raesampler_stages.h> */
  *   not depend on it. No thread is left when the call returns.
  *
  * Blocks hold 0x100000 samples divided by the channels. Returns 0 when the stream was converted to
- * its end. -1 for arguments out of range, when read gave up or the stream had no sample, and when
- * memory is short. With equal rates the blocks are passed on as they are, and a stream without a
- * sample is 0. */
+ * its end. RAESAMPLER_NO_STRUCTURE also for rates and a quality that do not exist; -1 for other
+ * arguments out of range, when read gave up or the stream had no sample, and when memory is short.
+ * With equal rates the blocks are passed on as they are, and a stream without a sample is 0. */
 AUSPOOL_API int32_t raesampler_single_shot(int32_t flags, int32_t channels, int32_t io_sample_size,
                                            double *actual_ratio, void *user, raesampler_read read,
                                            raesampler_write write, const struct precomputed_structure *precomputed,

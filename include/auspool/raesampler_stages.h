@@ -1,5 +1,6 @@
 /* The parts that sample-rate conversion is made of, for hosts that plan their own chains.
  *
+ *   #include <auspool/filter_design.h>
  *   #include <auspool/raesampler.h>
  *   #include <auspool/raesampler_stages.h>
  *   #include <stdio.h>
@@ -8,7 +9,7 @@
  *   int main(void) {
  *     resampler_structure chain = {0};
  *     const stage_spec half = {.type = RAESAMPLER_STAGE_DECIMATOR, .up = 1, .down = 2, .length = 99, .ratio = 0.5,
- *                              .gain = 1.0, .cutoff = 0.4625, .window = 2, .kaiser_beta = 5.6533};
+ *                              .gain = 1.0, .cutoff = 0.4625, .window = AU_WINDOW_KAISER, .kaiser_beta = 5.6533};
  *     chain.stages[chain.count++] = half;
  *     raesampler *r = raesampler_create_from_structure(RaesamplerQualityRealTime, 1, 0, &chain, 48000.0);
  *     if (!r) return 1;
@@ -47,9 +48,9 @@ enum {
   RAESAMPLER_STAGE_RATIONAL = 2,         /* polyphase, any `up / down` */
   RAESAMPLER_STAGE_INTERPOLATOR = 3,     /* polyphase, `down` 1 */
   RAESAMPLER_STAGE_SINC = 4,             /* any real `ratio`, also one that changes */
-  RAESAMPLER_STAGE_FFT_DECIMATOR = 5,    /* 0, 1 and 3 by fast convolution */
-  RAESAMPLER_STAGE_FFT_FILTER = 6,       /* */
-  RAESAMPLER_STAGE_FFT_INTERPOLATOR = 7, /* */
+  RAESAMPLER_STAGE_FFT_DECIMATOR = 5,    /* as 0, by fast convolution */
+  RAESAMPLER_STAGE_FFT_FILTER = 6,       /* as 1, by fast convolution */
+  RAESAMPLER_STAGE_FFT_INTERPOLATOR = 7, /* as 3, by fast convolution */
   RAESAMPLER_STAGE_SDM = 8,              /* block transform to a complex signal of a lower rate */
   RAESAMPLER_STAGE_COMPLEX_TO_REAL = 9   /* back to a real signal */
 };
@@ -67,7 +68,7 @@ typedef struct stage_spec {
   double ratio;           /* output samples for each input sample: `up / down` */
   double gain;            /* gain of the filter, as a rule `up` */
   double cutoff;          /* of the low-pass, -6 dB */
-  uint32_t window;        /* 0 Hamming, 1 Blackman, 2 Kaiser */
+  uint32_t window;        /* AU_WINDOW_* of filter_design.h */
   double kaiser_beta;
   double pass_edge; /* what the design aims at; builders use `cutoff` */
   double stop_edge;
@@ -112,19 +113,21 @@ typedef struct raesampler_stage {
   void (*reset)(void *state, int32_t preroll);
   /* Zeroes to feed behind the last sample so that the stage's tail comes out. */
   int32_t (*padding)(const void *state);
-  /* `upper_bound` 0: what process would give now for `input_count` samples; the sinc stage may give
-   * one more, and a decimator by fast convolution may count a block that comes later. 1: a bound that
-   * holds in any state. */
+  /* `upper_bound` 0: what process would give now for `input_count` samples; a decimator by fast
+   * convolution may count a block that comes later. 1: a bound that holds in any state. The sinc stage
+   * may give one sample more than either. */
   int32_t (*output_samples)(const void *state, int32_t input_count, int32_t upper_bound);
   /* Samples needed now to get `output_count` of them. */
   int32_t (*input_samples)(const void *state, int32_t output_count);
-  /* Consumes all `count` samples and returns how many were written. `in` and `out` must not overlap.
-   * After a block that ended between two distant windows, input_samples(1) exceeds the taps: feed
-   * that many samples in a call of their own, which only counts them; a longer block would use its
-   * first samples instead of its last. Chains do so. */
+  /* Consumes all `count` samples and returns how many were written: `out` needs room for one more
+   * than output_samples promises where set_drift_ratio is set. `in` and `out` must not overlap.
+   * After a block that ended between two distant windows, input_samples(1) exceeds the taps of an
+   * output: feed what it exceeds them by in a call of its own, which only counts those samples; a
+   * longer block would use its first samples instead of its last. Chains do so. */
   int32_t (*process)(void *state, const void *shared, void *work, const void *in, int32_t in_stride, void *out,
                      int32_t out_stride, int32_t count, int32_t threads);
-  /* Null but for the sinc stage: the ratio from the next sample on. */
+  /* Null but for the sinc stage: the ratio from the next sample on, 1 / 65536 to 65536. Others are
+   * ignored. */
   void (*set_drift_ratio)(void *state, double ratio);
   /* Frees `shared`; null where there is none. */
   void (*free_shared)(void *shared);
@@ -169,8 +172,8 @@ AUSPOOL_API int32_t add_drift_correction_stage(int32_t quality, resampler_struct
 
 /* raesampler_create for a chain of the host's own. `flags`, `channels` and `latency_microseconds` are
  * as there; `input_rate` matters to RAESAMPLER_FLAG_LOW_LATENCY alone. A structure without stages makes
- * a raesampler that copies, unless drift correction is asked for. Null for a structure that cannot be
- * built. */
+ * a raesampler that copies, unless drift correction is asked for. `structure` must not be null. Returns
+ * null for a structure that cannot be built. */
 AUSPOOL_API raesampler *raesampler_create_from_structure(int32_t flags, int32_t channels, int32_t latency_microseconds,
                                                          const resampler_structure *structure, double input_rate);
 

@@ -33,18 +33,23 @@ std::int32_t surplus_of(const raesampler &chain) {
   return to_count(surplus);
 }
 
+bool reserve_block_buffers(raesampler &chain) {
+  if (chain.sample_size != 8) return true;
+  chain.block_input = try_block<double>(std::size_t{chain.channels} * kBlock);
+  const std::int64_t output = chain_bound(chain, 0, chain.stage_count, kBlock);
+  return chain.block_input && reserve_block_output(chain, to_count(output + chain.overflow_capacity));
+}
+
 // Room for all that running needs, so that only a larger burst than ever foreseen allocates.
-bool reserve_buffers(raesampler &chain) {
-  constexpr double kMostDrift = 1.5;
+bool reserve_buffers(raesampler &chain, double first_ratio) {
   constexpr std::int32_t kOverflowSpare = 4;
   const std::int64_t burst = chain_bound(chain, 0, chain.stage_count, 1);
   chain.surplus = surplus_of(chain);
-  if (!reserve_overflow(chain, to_count(burst * kOverflowSpare)) || !reserve_scratch(chain)) return false;
-  if (chain.sample_size != 8) return true;
-  chain.block_input = try_block<double>(std::size_t{chain.channels} * kBlock);
-  const auto widest = static_cast<std::int32_t>(kBlock * (chain.drift_enabled ? kMostDrift : 1.0));
-  const std::int64_t output = chain_bound(chain, 0, chain.stage_count, widest);
-  return chain.block_input && reserve_block_output(chain, to_count(output + chain.overflow_capacity));
+  if (!reserve_overflow(chain, to_count(burst * kOverflowSpare))) return false;
+  raesampler_set_drift_ratio(&chain, kMostDrift);  // the ratio may become this
+  const bool reserved = reserve_scratch(chain) && reserve_block_buffers(chain);
+  raesampler_set_drift_ratio(&chain, first_ratio);
+  return reserved;
 }
 
 struct Request {
@@ -67,7 +72,7 @@ std::unique_ptr<raesampler> make_chain(const Request &request, const resampler_s
   chain->drift_enabled = request.drift() ? 1 : 0;
   if (structure.count == 0) return chain;
   const ChainPlan plan = {request.flags, 1, request.low_latency(), request.latency_microseconds, input_rate};
-  if (!build_stages(*chain, structure, plan) || !reserve_buffers(*chain)) return nullptr;
+  if (!build_stages(*chain, structure, plan) || !reserve_buffers(*chain, structure.stages[0].ratio)) return nullptr;
   return chain;
 }
 
@@ -114,18 +119,15 @@ bool reserve_overflow(raesampler &chain, std::int32_t samples) {
   if (samples <= chain.overflow_capacity) return true;
   const std::size_t channel_bytes = static_cast<std::size_t>(samples) * chain.sample_size;
   auto larger = try_block<std::byte>(chain.channels * channel_bytes);
-  if (larger) {
-    const std::size_t old_bytes = static_cast<std::size_t>(chain.overflow_capacity) * chain.sample_size;
-    const std::size_t kept = static_cast<std::size_t>(chain.overflow_count) * chain.sample_size;
-    for (std::size_t c = 0; c < chain.channels; ++c) {
-      std::copy_n(chain.overflow.get() + c * old_bytes, kept, larger.get() + c * channel_bytes);
-    }
-  } else {
-    chain.overflow_count = 0;
+  if (!larger) return false;
+  const std::size_t old_bytes = static_cast<std::size_t>(chain.overflow_capacity) * chain.sample_size;
+  const std::size_t kept = static_cast<std::size_t>(chain.overflow_count) * chain.sample_size;
+  for (std::size_t c = 0; c < chain.channels; ++c) {
+    std::copy_n(chain.overflow.get() + c * old_bytes, kept, larger.get() + c * channel_bytes);
   }
   chain.overflow = std::move(larger);
-  chain.overflow_capacity = chain.overflow ? samples : 0;
-  return chain.overflow != nullptr;
+  chain.overflow_capacity = samples;
+  return true;
 }
 
 bool reserve_block_output(raesampler &chain, std::int32_t samples) {
@@ -170,7 +172,7 @@ void raesampler_destroy(raesampler *r) {
 }
 
 std::int32_t raesampler_set_drift_ratio(raesampler *r, double ratio) {
-  if (!(ratio >= 0.5 && ratio <= 1.5)) return 0;
+  if (!(ratio >= kLeastDrift && ratio <= kMostDrift)) return 0;
   if (!r->drift_enabled || r->stage_count == 0 || !r->stages[0].set_drift_ratio) return 1;
   for (std::uint32_t c = 0; c < r->channels; ++c) r->stages[0].set_drift_ratio(r->stages[0].states[c], ratio);
   return 1;

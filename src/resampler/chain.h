@@ -35,7 +35,8 @@ struct raesampler {
 namespace auspool {
 
 inline constexpr std::int32_t kMostChannels = 1024;
-inline constexpr std::int32_t kBlock = 1024;   // samples of a block of raesampler_resample with 8-byte samples
+inline constexpr std::int32_t kBlock = 1024;  // samples of a block of raesampler_resample with 8-byte samples
+inline constexpr double kLeastDrift = 0.5, kMostDrift = 1.5;
 inline constexpr std::int32_t kNoMemory = -1;  // a push that did nothing
 
 // The channels of an input or an output, and how far into them a call has come.
@@ -75,8 +76,8 @@ std::int32_t chain_bound(const raesampler &chain, std::int32_t first, std::int32
 std::int32_t run_chain_stage(const raesampler &chain, std::int32_t stage, std::size_t channel, const void *in,
                              std::int32_t in_stride, void *out, std::int32_t out_stride, std::int32_t count);
 
-// Makes room for `samples` of each channel in `overflow`, keeping what waits there. False, with no room at all and
-// nothing kept, when memory runs out.
+// Makes room for `samples` of each channel in `overflow`, keeping what waits there. False, with all as it was, when
+// memory runs out.
 bool reserve_overflow(raesampler &chain, std::int32_t samples);
 
 // Makes room for what raesampler_resample gives for a block. False when memory runs out.

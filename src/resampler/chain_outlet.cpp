@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "resampler/delay_line.h"
+#include "resampler/whole_numbers.h"
 
 namespace auspool {
 
@@ -29,14 +30,7 @@ std::int32_t Outlet::outputs_of(std::int32_t count) const {
 // How many input samples surely give no more than the host has room for.
 std::int32_t Outlet::fitting(std::int32_t count) const {
   if (waiting_ > 0) return 0;
-  const auto fits = [&](std::int32_t samples) { return outputs_of(samples) <= room_ - written_; };
-  if (fits(count)) return count;
-  std::int32_t most = 0;
-  while (count - most > 1) {
-    const std::int32_t middle = most + (count - most) / 2;
-    (fits(middle) ? most : count) = middle;
-  }
-  return most;
+  return largest_fitting(count, [&](std::int32_t samples) { return outputs_of(samples) <= room_ - written_; });
 }
 
 std::int32_t Outlet::run(const std::byte *in, std::int32_t in_stride, void *out, std::int32_t out_stride,

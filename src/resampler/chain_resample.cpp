@@ -4,6 +4,7 @@
 #include "platform/vector.h"
 #include "resampler/chain.h"
 #include "resampler/delay_line.h"
+#include "resampler/whole_numbers.h"
 
 namespace auspool {
 namespace {
@@ -25,14 +26,7 @@ std::int32_t hand_out_overflow(raesampler &chain, const OutputChannels &out, std
 
 // The most input samples, up to `most`, whose output stays within `room`; 0 where the first one exceeds it.
 std::int32_t fitting_input(const raesampler &chain, std::int32_t most, std::int32_t room) {
-  const auto fits = [&](std::int32_t count) { return raesampler_output_samples(&chain, count) <= room; };
-  if (fits(most)) return most;
-  std::int32_t fitting = 0;
-  while (most - fitting > 1) {
-    const std::int32_t middle = fitting + (most - fitting) / 2;
-    (fits(middle) ? fitting : most) = middle;
-  }
-  return fitting;
+  return largest_fitting(most, [&](std::int32_t count) { return raesampler_output_samples(&chain, count) <= room; });
 }
 
 // A run with a limit on the output.

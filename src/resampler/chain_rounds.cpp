@@ -1,5 +1,7 @@
 #include "resampler/chain_rounds.h"
 
+#include "resampler/whole_numbers.h"
+
 namespace auspool {
 namespace {
 
@@ -15,14 +17,7 @@ std::int32_t largest_between_stages(const raesampler &chain, std::int32_t count)
 
 // The longest round, of at most `count` samples, that stays within `room` samples between stages; 0 for none.
 std::int32_t longest_round(const raesampler &chain, std::int32_t count, std::int32_t room) {
-  const auto fits = [&](std::int32_t samples) { return largest_between_stages(chain, samples) <= room; };
-  if (fits(count)) return count;
-  std::int32_t fitting = 0;
-  while (count - fitting > 1) {
-    const std::int32_t middle = fitting + (count - fitting) / 2;
-    (fits(middle) ? fitting : count) = middle;
-  }
-  return fitting;
+  return largest_fitting(count, [&](std::int32_t samples) { return largest_between_stages(chain, samples) <= room; });
 }
 
 // How much of a round's input may be laid out at a time. It lies at the end of the two buffers and is read while stage

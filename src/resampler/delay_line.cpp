@@ -1,5 +1,6 @@
 #include "resampler/delay_line.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "platform/vector.h"
@@ -45,7 +46,7 @@ void deinterleave_channelF64(const double *source, std::int32_t stride, double *
 void copy_to_delay_line(std::int32_t sample_size, void *destination, const void **input, std::int32_t in_stride,
                         std::int32_t count) {
   copy_samples(sample_size, *input, in_stride, destination, 1, count);
-  *input = sample_at(sample_size, *input, std::ptrdiff_t{count} * in_stride);
+  *input = sample_at(sample_size, *input, std::ptrdiff_t{std::max(count, 0)} * in_stride);
 }
 
 void copy_to_delay_lineF64(std::int32_t sample_size, double *destination, const void **input, std::int32_t in_stride,
@@ -55,7 +56,7 @@ void copy_to_delay_lineF64(std::int32_t sample_size, double *destination, const 
   } else {
     vector::widen(static_cast<const float *>(*input), in_stride, destination, 1, count_of(count));
   }
-  *input = sample_at(sample_size, *input, std::ptrdiff_t{count} * in_stride);
+  *input = sample_at(sample_size, *input, std::ptrdiff_t{std::max(count, 0)} * in_stride);
 }
 
 std::int32_t save_delay_line(std::int32_t sample_size, std::int32_t position, void *line, std::int32_t capacity,

@@ -33,7 +33,9 @@ std::int32_t pass_on(const Host &host, std::int32_t block) {
   std::vector<void *> pointers(host.channels);
   for (std::size_t c = 0; c < host.channels; ++c) pointers[c] = memory.get() + c * channel_bytes;
   std::int32_t count;
-  while ((count = host.read(host.user, pointers.data(), block)) > 0) host.write(host.user, pointers.data(), count);
+  while ((count = std::min(host.read(host.user, pointers.data(), block), block)) > 0) {
+    host.write(host.user, pointers.data(), count);
+  }
   return count == 0 ? 0 : kFailed;
 }
 

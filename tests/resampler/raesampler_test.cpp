@@ -85,6 +85,8 @@ TEST(Raesampler, RefusesWhatIsOutOfRange) {
 }
 
 TEST(Raesampler, RatesMayDifferByAFactorOf256) {
+  EXPECT_TRUE(create(100, 25600));
+  EXPECT_FALSE(create(100, 25600.00001));
   EXPECT_TRUE(auspool::is_rate_pair(100, 25600));
   EXPECT_TRUE(auspool::is_rate_pair(25600, 100));
   EXPECT_FALSE(auspool::is_rate_pair(100, 25600.00001));
@@ -125,10 +127,68 @@ TEST(Raesampler, DriftPutsAStageInFrontAndLeavesTheCost) {
     EXPECT_EQ(alone.stages[0].length, taps[quality]);
     EXPECT_NEAR(alone.stages[0].kaiser_beta, betas[quality], 1e-9);
     EXPECT_EQ(alone.stages[0].ratio, 1.0);
+    EXPECT_EQ(alone.stages[0].gain, 1.0);
+    EXPECT_EQ(alone.stages[0].cutoff, 1.0);
+    EXPECT_EQ(alone.stages[0].window, 2u);
+    EXPECT_EQ(alone.stages[0].minimum_phase, 0u);
+    EXPECT_EQ(alone.stages[0].up, 1);
+    EXPECT_EQ(alone.stages[0].down, 1);
+    EXPECT_EQ(alone.stages[0].pass_edge, 1.0);
+    EXPECT_EQ(alone.stages[0].stop_edge, 1.0);
   }
   EXPECT_EQ(add_drift_correction_stage(5, &structure), -1);
   structure.count = RAESAMPLER_MAX_STAGES;
   EXPECT_EQ(add_drift_correction_stage(0, &structure), -1);
+}
+
+// A ready chain: 1/2 at quality 0 is a single decimator.
+TEST(Raesampler, DriftGoesInFrontOfAReadyChainToo) {
+  const RaesamplerHandle plain = create(96000, 48000), drifting = create(96000, 48000, RAESAMPLER_FLAG_DRIFT);
+  ASSERT_EQ(plain->stage_count, 1);
+  ASSERT_EQ(drifting->stage_count, 2);
+  EXPECT_TRUE(drifting->stages[0].set_drift_ratio);
+  EXPECT_FALSE(drifting->stages[1].set_drift_ratio);
+}
+
+// What a table has is never planned as block transforms.
+TEST(Raesampler, AReadyChainStandsEvenWhereBlockTransformsAreAskedFor) {
+  const RaesamplerHandle r = create(96000, 48000, RAESAMPLER_FLAG_SDM);
+  ASSERT_TRUE(r);
+  EXPECT_EQ(r->stage_count, 1);
+}
+
+TEST(Raesampler, ADriftRatioReachesEveryChannel) {
+  const RaesamplerHandle r = create(48000, 44100, RAESAMPLER_FLAG_DRIFT, 3);
+  const auto in = random_samples<float>(2000, 4);
+  const float *const from[3] = {in.data(), in.data(), in.data()};
+  for (const double ratio : {1.0, 1.37, 0.7, 1.0}) {
+    ASSERT_EQ(raesampler_set_drift_ratio(r.get(), ratio), 1);
+    std::vector<std::vector<float>> out(3, std::vector<float>(5000));
+    float *const to[3] = {out[0].data(), out[1].data(), out[2].data()};
+    std::int32_t count = 2000;
+    EXPECT_GT(raesampler_resample(r.get(), from, 1, to, 1, &count, 0), 1000);
+    EXPECT_EQ(out[1], out[0]);
+    EXPECT_EQ(out[2], out[0]);
+  }
+}
+
+// All that the widest drift needs is there from the beginning.
+TEST(Raesampler, NoDriftRatioNeedsMemory) {
+  for (const std::int32_t flags : {0, static_cast<std::int32_t>(RaesamplerQualityVeryHigh)}) {
+    const RaesamplerHandle r =
+        make_chain(chain_of({filter_spec(900, 1, 2700), filter_spec(1, 900, 2700)}), flags | RAESAMPLER_FLAG_DRIFT);
+    ASSERT_TRUE(r);
+    ASSERT_EQ(raesampler_set_drift_ratio(r.get(), 1.5), 1);
+    const auto in = random_samples<float>(2000, 4);
+    std::vector<float> out(4000);
+    const float *const from[1] = {in.data()};
+    float *const to[1] = {out.data()};
+    const RealtimeGuard guard;
+    for (const std::int32_t limit : {0, 100, 3000}) {
+      std::int32_t count = 2000;
+      EXPECT_GT(raesampler_resample(r.get(), from, 1, to, 1, &count, limit), 0);
+    }
+  }
 }
 
 TEST(Raesampler, ADriftRatioOutOfRangeIsRefused) {
