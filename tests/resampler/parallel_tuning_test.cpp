@@ -57,15 +57,16 @@ TEST(ParallelTuning, BlocksWithoutOutputCountForNoRound) {
 TEST(ParallelTuning, MeasuresAgainWhenBlocksGrowBesideSequentialRunning) {
   ParallelTuning tuning(true);
   run(tuning, 20, 1000, 1.0, 2.0);
-  EXPECT_EQ(run(tuning, 20, 1200, 1.0, 2.0), 0) << "a fifth more is no reason";
-  EXPECT_GT(run(tuning, 40, 2000, 1.0, 2.0), 0);
+  // The mean divides by one block less: 1124 counts as 1249, and 1126 as 1251, beside the measured 1000.
+  EXPECT_EQ(run(tuning, 40, 1124, 1.0, 2.0), 0);
+  EXPECT_EQ(run(tuning, 40, 1126, 1.0, 2.0), 10);
 }
 
 TEST(ParallelTuning, MeasuresAgainWhenBlocksShrinkBesideParallelRunning) {
   ParallelTuning tuning(true);
   run(tuning, 20, 1000, 2.0, 1.0);
-  EXPECT_EQ(run(tuning, 20, 900, 2.0, 1.0), 20);
-  EXPECT_LT(run(tuning, 40, 500, 2.0, 1.0), 40);
+  EXPECT_EQ(run(tuning, 40, 676, 2.0, 1.0), 40);
+  EXPECT_EQ(run(tuning, 40, 674, 2.0, 1.0), 30);
 }
 
 TEST(ParallelTuning, LargeBlocksAlwaysRunInParallel) {
@@ -100,12 +101,34 @@ TEST(ParallelTuning, ChecksLessOftenWhileTheAnswerStays) {
   EXPECT_NEAR(second, 0x400000 / 1000 - 10, 12);
 }
 
+// The blocks of 1000 samples up to the next measurement, and through it; `parallel` is what they take side by side.
+int blocks_to_the_next_check(ParallelTuning &tuning, double sequential, double parallel, bool in_parallel) {
+  int blocks = 0;
+  while (run(tuning, 1, 1000, sequential, parallel) == (in_parallel ? 1 : 0)) ++blocks;
+  run(tuning, in_parallel ? 19 : 9, 1000, sequential, parallel);
+  return blocks;
+}
+
 TEST(ParallelTuning, ChangesItsMindAndChecksSooner) {
   ParallelTuning tuning(true);
-  run(tuning, 20, 1000, 2.0, 1.0);
-  EXPECT_EQ(run(tuning, 1000, 1000, 2.0, 1.0), 1000);
-  const int in_parallel = run(tuning, 3000, 1000, 1.0, 2.0);
-  EXPECT_GT(in_parallel, 0);
-  EXPECT_LT(in_parallel, 1500);
-  EXPECT_EQ(run(tuning, 10, 1000, 1.0, 2.0), 0);
+  run(tuning, 20, 1000, 1.0, 2.0);  // 0x200000 samples to the next check, then 0x400000
+  blocks_to_the_next_check(tuning, 1.0, 2.0, false);
+  const int long_wait = blocks_to_the_next_check(tuning, 2.0, 1.0, false);  // now threads pay
+  EXPECT_NEAR(long_wait, 0x400000 / 1000, 12);
+  EXPECT_EQ(run(tuning, 5, 1000, 2.0, 1.0), 5);
+  EXPECT_NEAR(blocks_to_the_next_check(tuning, 2.0, 1.0, true), 0x200000 / 1000 - 5, 22) << "half of the wait before";
+}
+
+TEST(ParallelTuning, WaitsNeverLongerThanAGibiOfSamples) {
+  ParallelTuning tuning(true);
+  constexpr std::int32_t kSamples = 50000;
+  for (int check = 0; check < 14; ++check) {
+    int blocks = 0;
+    while (run(tuning, 1, kSamples, 1.0, 2.0) == 0) ++blocks;
+    run(tuning, 9, kSamples, 1.0, 2.0);
+    EXPECT_LE(blocks, 0x40000000 / kSamples + 12);
+    if (check > 11) {
+      EXPECT_NEAR(blocks, 0x40000000 / kSamples, 12);
+    }
+  }
 }

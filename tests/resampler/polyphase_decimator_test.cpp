@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "auspool/filter_design.h"
 #include "support/chains.h"
 
 using namespace auspool::testing;
@@ -108,12 +109,26 @@ TEST(PolyphaseDecimator, PaddingBringsOutEveryInput) {
 }
 
 TEST(PolyphaseDecimator, MinimumPhaseDelaysByItsPeak) {
-  stage_spec spec = filter_spec(1, 1, 99);
-  spec.minimum_phase = 1;
-  Stage stage(spec, 8);
-  const auto *state = static_cast<const auspool::polyphase_decimator *>(stage.state());
-  EXPECT_LT(state->delay, 20);
-  EXPECT_EQ(state->tail, 99 - state->delay);
+  for (const std::int32_t length : {1, 2, 98, 99}) {
+    stage_spec spec = filter_spec(1, 2, length);
+    spec.minimum_phase = 1;
+    std::int32_t peak = -1;
+    std::free(create_lp_filter(length, AU_WINDOW_KAISER, 1, &peak, 1.0, spec.cutoff, spec.kaiser_beta));
+    Stage stage(spec, 8);
+    const auto *state = static_cast<const auspool::polyphase_decimator *>(stage.state());
+    EXPECT_EQ(state->delay, std::min(peak + 1, length - 1)) << length;
+    EXPECT_EQ(state->tail, length - state->delay);
+    EXPECT_EQ(stage->padding(stage.state()), state->tail);
+  }
+}
+
+TEST(PolyphaseDecimator, LinearPhaseDelaysByHalfItsTaps) {
+  for (const auto &[length, delay] : {std::pair(1, 0), {2, 1}, {3, 2}, {98, 49}, {99, 50}}) {
+    Stage stage(filter_spec(1, 2, length), 4);
+    const auto *state = static_cast<const auspool::polyphase_decimator *>(stage.state());
+    EXPECT_EQ(state->delay, delay) << length;
+    EXPECT_EQ(state->tail, length - delay) << length;
+  }
 }
 
 TEST(PolyphaseDecimator, RefusesWhatMakesNoFilter) {

@@ -149,28 +149,6 @@ TEST(SincResampler, ThePositionCarriesOnThroughARatioOfOne) {
   EXPECT_EQ(state_of(stage).ratio, 1.0);
 }
 
-// Leaving the plain delay and coming back is no break: a slow sine stays a slow sine.
-TEST(SincResampler, EnteringAndLeavingTheCopyIsSeamless) {
-  for (const std::int32_t size : {4, 8}) {
-    const RaesamplerHandle chain = make_chain(chain_of({}), (size == 8 ? 3 : 0) | RAESAMPLER_FLAG_DRIFT);
-    std::vector<float> in(6000), out(7000);
-    for (std::size_t i = 0; i < in.size(); ++i)
-      in[i] = static_cast<float>(std::sin(2 * M_PI * 0.01 * static_cast<double>(i)));
-    std::size_t made = 0;
-    const double ratios[] = {1.0, 1.0003, 1.0, 0.9996, 1.5, 0.5, 1.0};
-    for (std::size_t at = 0, step = 0; at + 500 <= in.size(); at += 500, ++step) {
-      ASSERT_EQ(raesampler_set_drift_ratio(chain.get(), ratios[step % std::size(ratios)]), 1);
-      const float *const from[1] = {in.data() + at};
-      float *const to[1] = {out.data() + made};
-      std::int32_t count = 500;
-      made += static_cast<std::size_t>(raesampler_resample(chain.get(), from, 1, to, 1, &count, 0));
-    }
-    // At half the rate a step is twice that of the sine's steepest sample.
-    const double steepest = 2.0 * 2 * M_PI * 0.01 * 1.02;
-    for (std::size_t i = 1; i < made; ++i) ASSERT_LT(std::abs(out[i] - out[i - 1]), steepest) << i;
-  }
-}
-
 TEST(SincResampler, SeveralOutputsComeFromOneWindow) {
   Stage stage(sinc_spec(20.0, 15, 5.0), 8);
   std::vector<double> out;
