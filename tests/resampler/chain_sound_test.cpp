@@ -259,8 +259,8 @@ TEST(ChainSound, ARatioOfOneIsTransparent) {
   EXPECT_EQ(out.size() + static_cast<std::size_t>(raesampler_padding(drift.get())), in.size());
 }
 
-// The ratio of a drift stage changes with every block, and enters and leaves the plain copy of a ratio of 1: each output
-// lies where the sum of the steps before it leads.
+// The ratio of a drift stage changes with every block, and enters and leaves the plain copy of a ratio of 1: each
+// output lies where the sum of the steps before it leads.
 TEST(ChainSound, StepsOfTheDriftRatioAreContinuous) {
   for (const auto &[flags, at_most] : {std::pair(0, -49.0), std::pair(kWide, -120.0)}) {
     const RaesamplerHandle r(raesampler_create(flags | RAESAMPLER_FLAG_DRIFT, 1, nullptr, 0, 48000, 48000, 0));
