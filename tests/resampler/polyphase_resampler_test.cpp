@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
+#include "auspool/filter_design.h"
 #include "support/chains.h"
 
 using namespace auspool::testing;
@@ -178,4 +181,38 @@ TEST(PolyphaseResampler, LinesUpWithTheInputToWithinASample) {
     }
     EXPECT_NEAR(moment / sum / row.up - 100, row.late, 1e-9) << row.up << ", " << row.taps;
   }
+}
+
+// The delay is that of the peak in whole input samples, and never beyond the filter.
+TEST(PolyphaseResampler, MinimumPhaseDelaysByItsPeak) {
+  for (const auto &[up, length] : {std::pair(2, 99), {3, 300}, {147, 7737}, {3, 3}, {2, 2}}) {
+    stage_spec spec = filter_spec(up, 2, length);
+    if (up == 2) spec = rational(2, 5, length);
+    spec.minimum_phase = 1;
+    const std::int32_t taps = (length + up - 1) / up, prototype = (taps * up - 1) | 1;
+    std::int32_t peak = -1;
+    std::free(create_lp_filter(prototype, AU_WINDOW_KAISER, 1, &peak, up, spec.cutoff, spec.kaiser_beta));
+    Stage stage(spec, 4);
+    EXPECT_EQ(state_of(stage).delay, std::min(peak / up + 1, (taps * up - 1) & ~1)) << up << ", " << length;
+    EXPECT_EQ(state_of(stage).tail, prototype / up - state_of(stage).delay);
+  }
+}
+
+TEST(PolyphaseResampler, LinearPhaseDelaysByHalfItsTaps) {
+  for (const auto &[up, length, delay] :
+       {std::tuple(3, 3, 1), {3, 6, 1}, {3, 9, 2}, {3, 297, 50}, {3, 300, 50}, {2, 2, 0}}) {
+    Stage stage(rational(up, 5, length), 4);
+    EXPECT_EQ(state_of(stage).delay, delay) << up << ", " << length;
+  }
+}
+
+// Counts of large blocks by large factors pass 32 bits on their way.
+TEST(PolyphaseResampler, CountsOfLargeBlocksAreRight) {
+  Stage stage(rational(2560, 147, 2560 * 4), 4);
+  EXPECT_EQ(stage.bound(1 << 20), static_cast<std::int32_t>(((std::int64_t{1} << 20) * 2560 + 146) / 147));
+  EXPECT_NEAR(stage.outputs(1 << 20), stage.bound(1 << 20), 40);
+  EXPECT_EQ(stage.bound(0x7fffffff), 0x7fffffff) << "held at the most";
+  Stage down(rational(147, 2560, 147 * 9), 4);
+  EXPECT_NEAR(static_cast<double>(down.inputs(1 << 26)), std::ldexp(2560.0 / 147, 26), 20);
+  EXPECT_EQ(down.inputs(0x7fffffff), 0x7fffffff);
 }

@@ -57,6 +57,20 @@ TEST(Raesampler, EqualRatesCopyDoublesToo) {
   EXPECT_EQ(out, samples);
 }
 
+TEST(Raesampler, EqualRatesCopyInterleavedAudio) {
+  const RaesamplerHandle r = create(48000, 48000, 0, 2);
+  const auto in = random_samples<float>(20, 3);
+  const float *const from[2] = {in.data(), in.data() + 1};
+  std::vector<float> left(10), right(10);
+  float *const to[2] = {left.data(), right.data()};
+  std::int32_t count = 10;
+  EXPECT_EQ(raesampler_resample(r.get(), from, 2, to, 1, &count, 0), 10);
+  for (std::size_t i = 0; i < 10; ++i) {
+    EXPECT_EQ(left[i], in[2 * i]);
+    EXPECT_EQ(right[i], in[2 * i + 1]);
+  }
+}
+
 TEST(Raesampler, DoublesNeedAQualityThatWorksInThem) {
   RaesamplerHandle r = create(48000, 48000, RaesamplerQualityHigh, 1);
   double sample = 1, out = 0;

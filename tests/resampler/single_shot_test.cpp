@@ -136,6 +136,28 @@ TEST(SingleShot, EqualRatesPassTheStreamOn) {
   EXPECT_EQ(empty.convert(nullptr, 1.0, 1.0), 0);
 }
 
+// As much silence as the filters ask for brings out the end, in one block more.
+TEST(SingleShot, TheEndComesOutInOneBlock) {
+  const precomputed_structure half = precomputed_chain_of(kHalf);
+  HostStream<float> stream(1, 5000);
+  ASSERT_EQ(stream.convert(&half, 2.0, 1.0), 0);
+  EXPECT_EQ(stream.writes, 2);
+  EXPECT_EQ(stream.out[0].size(), 2500u);
+}
+
+// A host that claims to have given more than it was asked for cannot lead us beyond our buffers.
+TEST(SingleShot, AReadThatClaimsMoreThanThereWasRoomForIsCut) {
+  const precomputed_structure half = precomputed_chain_of(kHalf);
+  for (const precomputed_structure *chain : {&half, static_cast<const precomputed_structure *>(nullptr)}) {
+    HostStream<float> honest(64, 3 * 0x4000), liar(64, 3 * 0x4000);  // three whole blocks
+    liar.lie = 1000;
+    const double output_rate = chain ? 1.0 : 2.0;
+    ASSERT_EQ(honest.convert(chain, 2.0, output_rate), 0);
+    ASSERT_EQ(liar.convert(chain, 2.0, output_rate), 0);
+    EXPECT_EQ(liar.out, honest.out);
+  }
+}
+
 TEST(SingleShot, TellsWhyItRefuses) {
   const precomputed_structure chain = precomputed_chain_of(kHalf);
   HostStream<float> stream(1, 100);

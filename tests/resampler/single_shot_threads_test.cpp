@@ -102,6 +102,21 @@ TEST(SingleShotThreads, LargeBlocksRunSideBySide) {
   EXPECT_EQ(together.out, alone.out);
 }
 
+// Each channel but the first has a thread, or none has.
+TEST(SingleShotThreads, WithFewerThreadsThanChannelsThereAreNone) {
+  std::thread([] {}).join();  // with the first thread a sanitizer starts one of its own
+  for (const auto &[threads, workers] : {std::pair(2, 0), {3, 0}, {4, 3}, {9, 3}}) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    HostStream<float> stream(4, 500);
+    std::size_t most = 0;
+    const std::size_t before = threads_of_this_process();
+    stream.on_read = [&] { most = std::max(most, threads_of_this_process()); };
+    ASSERT_EQ(stream.convert(&chain(), 1.0, kRatio, 0, threads), 0);
+    EXPECT_EQ(most, before + static_cast<std::size_t>(workers)) << threads;
+    EXPECT_TRUE(threads_settle_at(before));
+  }
+}
+
 TEST(SingleShotThreads, NoThreadIsLeftWhenItReturns) {
   std::thread([] {}).join();  // with the first thread a sanitizer starts one of its own
   std::this_thread::sleep_for(std::chrono::milliseconds(20));

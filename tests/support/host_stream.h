@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "auspool/raesampler.h"
@@ -19,6 +20,9 @@ struct HostStream {
   std::size_t at = 0;
   std::int32_t reads = 0;
   std::int32_t asked = 0;  // what the last read was asked for
+  std::int32_t writes = 0;
+  std::int32_t lie = 0;             // samples that a read claims beyond what it gave
+  std::function<void()> on_read{};  // called within each read
 
   HostStream(std::size_t channels, std::size_t samples, std::uint32_t seed = 1);
 
@@ -26,6 +30,7 @@ struct HostStream {
     auto &self = *static_cast<HostStream *>(user);
     ++self.reads;
     self.asked = max_samples;
+    if (self.on_read) self.on_read();
     if (self.fail_at >= 0 && self.at >= static_cast<std::size_t>(self.fail_at)) return -7;
     const std::size_t count = std::min<std::size_t>(
         {static_cast<std::size_t>(max_samples), self.in[0].size() - self.at, static_cast<std::size_t>(self.most)});
@@ -33,11 +38,12 @@ struct HostStream {
       std::copy_n(self.in[c].begin() + static_cast<std::ptrdiff_t>(self.at), count, static_cast<Sample *>(channels[c]));
     }
     self.at += count;
-    return static_cast<std::int32_t>(count);
+    return static_cast<std::int32_t>(count) + (count > 0 ? self.lie : 0);
   }
 
   static void write(void *user, const void *const *channels, std::int32_t samples) {
     auto &self = *static_cast<HostStream *>(user);
+    ++self.writes;
     for (std::size_t c = 0; c < self.out.size(); ++c) {
       const auto *from = static_cast<const Sample *>(channels[c]);
       self.out[c].insert(self.out[c].end(), from, from + samples);
