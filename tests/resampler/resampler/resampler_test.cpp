@@ -109,6 +109,15 @@ TEST_F(Resampler, NullOptionsChangeNothing) {
   EXPECT_EQ(context->options, kNoShortcut);
 }
 
+TEST_F(Resampler, OptionsOfZeroBringTheShortcutBack) {
+  const std::uint32_t none = 0;
+  resampler_set_options(context.get(), &kNoShortcut);
+  resampler_set_options(context.get(), &none);
+  EXPECT_EQ(context->options, 0u);
+  signal = line(20);
+  EXPECT_EQ(next(20, 44100, 44100), signal);
+}
+
 TEST_F(Resampler, RunsOneSectionMoreForEachOctave) {
   struct {
     double ratio;
