@@ -7,85 +7,16 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
-#include <cstdio>
-#include <ctime>
-#include <filesystem>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "auspool/aurec.h"
+#include "recording.h"
 
 namespace {
 
-constexpr float kRate = 44100.0f;
-
-std::string temporary_path() {
-  static int number = 0;
-  return std::filesystem::temp_directory_path() /
-         ("auspool-bench-" + std::to_string(getpid()) + "-" + std::to_string(++number));
-}
-
-std::vector<float> noise(std::size_t count) {
-  std::mt19937 random(1);
-  std::uniform_real_distribution<float> level(-0.9f, 0.9f);
-  std::vector<float> samples(count);
-  for (float &sample : samples) sample = level(random);
-  return samples;
-}
-
-double thread_cpu_seconds() {
-  timespec now;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
-}
-
-// A record that writes temporary files, removes each when it is done, and adds up the worker's CPU time.
-class Recording {
-public:
-  Recording(AuRecOutputType type, std::uint32_t bit_depth) {
-    aurec_set_output_type(rec_, type);
-    aurec_set_pcm_options(rec_, {0, bit_depth, 0, 0.0f});
-    aurec_set_limit(rec_, 60, 1);
-  }
-  ~Recording() { aurec_destroy(rec_); }
-
-  void start() {
-    aurec_start(rec_, kRate);
-    while (!aurec_is_recording(rec_)) std::this_thread::yield();
-  }
-  void wait_for_room(std::int32_t bytes) {
-    while (aurec_buffer_available_space(rec_) < bytes) std::this_thread::yield();
-  }
-  aurec *rec() { return rec_; }
-  double cpu_seconds() const { return cpu_seconds_; }
-
-private:
-  static void *name(void *ref, void *, char *path, std::int32_t, std::int32_t, audict **) {
-    auto &self = *static_cast<Recording *>(ref);
-    self.path_ = temporary_path();
-    std::snprintf(path, AUREC_PATH_BYTES, "%s", self.path_.c_str());
-    return ref;
-  }
-  static std::int32_t started(void *ref, void *) {
-    static_cast<Recording *>(ref)->cpu_at_start_ = thread_cpu_seconds();
-    return 0;
-  }
-  static std::int32_t done(void *ref, void *) {
-    auto &self = *static_cast<Recording *>(ref);
-    self.cpu_seconds_ = self.cpu_seconds_ + thread_cpu_seconds() - self.cpu_at_start_;
-    unlink(self.path_.c_str());
-    return 0;
-  }
-
-  std::string path_;
-  double cpu_at_start_ = 0;
-  std::atomic<double> cpu_seconds_{0};
-  aurec *rec_ = aurec_create(this, name, started, nullptr, done, nullptr);
-};
+using namespace bench;
 
 // Arguments: frames a call, silence mode.
 void record_call(benchmark::State &state) {

@@ -31,7 +31,7 @@ struct Host {
   File *name_next(bool taken, char *path, int32_t index) {
     if (taken || files.empty() || files.back().index != index) ++number;
     char name[32];
-    snprintf(name, sizeof name, "recording-%03d.%s", number, settings.type == AuRecOutputTypeWAVE ? "wav" : "aiff");
+    snprintf(name, sizeof name, "recording-%03d.%s", number, record::extension(settings.type).c_str());
     const std::string whole = settings.folder / name;
     if (whole.size() >= AUREC_PATH_BYTES) return failed(whole + ": the path is too long"), nullptr;
     path[whole.copy(path, whole.size())] = 0;
@@ -47,6 +47,7 @@ struct Host {
   // Reports a file as another library sees it.
   void finished(const File &file) try {
     const AudioInput written(file.path);
+    if (written.frames() == INT64_MAX) throw std::runtime_error(file.path + ": was not completed");  // FLAC's header
     ++finished_files;
     finished_seconds += written.seconds();
     tell("finished  " + file.path + ": " + std::to_string(written.seconds()) + " s",
@@ -67,6 +68,8 @@ struct Host {
   // The last words; returns the exit status. Of a full disk the recorder says nothing: the files must hold `seconds`.
   int report(int64_t pushed, int64_t dropped, double seconds) {
     if (finished_files == 0 && errors == 0) failed("nothing was recorded");
+    // Readers trim what they know to be the encoder's delay from each MP3 file.
+    if (settings.type == AuRecOutputTypeMP3) seconds -= 0.15 * finished_files;
     if (finished_files > 0 && settings.silence_mode == 0 && finished_seconds < seconds)
       failed(std::to_string(seconds - finished_seconds) + " seconds are missing in the files");
     tell(
@@ -89,7 +92,8 @@ struct Host {
 std::unique_ptr<aurec, void (*)(aurec *)> make_recorder(Host &host, const Settings &settings) {
   aurec *rec = aurec_create(
       &host,
-      [](void *ref, void *previous, char *path, int32_t, int32_t index, audict **) -> void * {
+      [](void *ref, void *previous, char *path, int32_t, int32_t index, audict **tags) -> void * {
+        *tags = audict_retain(Host::of(ref).settings.tag.get());
         return Host::of(ref).name_next(previous != nullptr, path, index);
       },
       [](void *ref, void *token) { return Host::of(ref).tell("started   " + File::of(token).path), 0; },
@@ -109,6 +113,8 @@ std::unique_ptr<aurec, void (*)(aurec *)> make_recorder(Host &host, const Settin
   });
   aurec_set_output_type(rec, settings.type);
   aurec_set_pcm_options(rec, settings.pcm);
+  aurec_set_mp3_options(rec, settings.mp3);
+  aurec_set_flac_options(rec, settings.flac);
   aurec_set_limit(rec, settings.limit.value, settings.limit.is_time);
   aurec_set_silence_killer(rec, settings.silence_mode, settings.silence_db, settings.silence_seconds);
   return {rec, aurec_destroy};
@@ -117,15 +123,15 @@ std::unique_ptr<aurec, void (*)(aurec *)> make_recorder(Host &host, const Settin
 // Feeds the inputs to the recorder; what a host's audio thread does.
 class Source {
 public:
-  Source(aurec *rec, const Settings &settings, example::Console &console)
-      : rec_(rec), settings_(settings), console_(console) {
-    for (const std::string &input : settings.inputs) total_seconds_ += AudioInput(input).seconds();
-    fs::create_directories(settings.folder);
-    rate_ = AudioInput(settings.inputs.front()).rate();
-    file_rate_ = settings.pcm.sample_rate > 0 ? settings.pcm.sample_rate : rate_;
+  Source(aurec *rec, Host &host) : rec_(rec), settings_(host.settings), console_(host.console) {
+    for (const std::string &input : settings_.inputs) total_seconds_ += AudioInput(input).seconds();
+    fs::create_directories(settings_.folder);
+    rate_ = AudioInput(settings_.inputs.front()).rate();
+    const bool converts = settings_.pcm.sample_rate > 0 && settings_.type != AuRecOutputTypeMP3;
+    file_rate_ = converts ? settings_.pcm.sample_rate : rate_;  // LAME converts behind the recorder
     if (aurec_start(rec_, rate_) != 0) throw std::runtime_error("the recording could not be started");
     whole_ring_ = aurec_buffer_available_space(rec_);
-    while (!aurec_is_recording(rec_) && aurec_is_active(rec_)) std::this_thread::sleep_for(kPoll);
+    while (!aurec_is_recording(rec_) && aurec_is_active(rec_) && host.errors == 0) std::this_thread::sleep_for(kPoll);
   }
 
   // False once the recording has ended. A change of rate empties the ring, so what waits in it has to go first.
@@ -171,10 +177,10 @@ private:
   // False once the recording has ended, or audio has left the ring and reached no file: the disk is full, and will be.
   bool wait_for_space(int32_t bytes) const {
     while (aurec_buffer_available_space(rec_) < bytes) {
-      if (!aurec_is_active(rec_) || example::interrupted() || is_losing()) return false;
+      if (!aurec_is_recording(rec_) || example::interrupted() || is_losing()) return false;
       std::this_thread::sleep_for(kPoll);
     }
-    return aurec_is_active(rec_);
+    return aurec_is_recording(rec_);
   }
 
   // One block of 1024 frames may be on its way.
@@ -195,7 +201,7 @@ private:
 int run(const Settings &settings) {
   Host host(settings);
   const auto recorder = make_recorder(host, settings);
-  Source source(recorder.get(), settings, host.console);
+  Source source(recorder.get(), host);
   for (const std::string &input : settings.inputs) {
     try {
       if (!source.feed(AudioInput(input))) break;

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <map>
 
+#include "common/change.h"
 #include "common/command_line.h"
-#include "tags/change.h"
 #include "tags/chapters.h"
 #include "tags/json.h"
 
@@ -34,7 +34,7 @@ chapters-create  the same for the chapters of a JSON file, which has the form th
 
 FORMAT is aiff, mp3, m4a, wave, caf or flac. Keys are Title, Artist, Album, Sidekick (the album's artist), Comment,
 Genre, Grouping, Composer, Lyrics, Encoder, EncoderSettings, Year, BPM, TrackNum, TrackTotal, DiscNum, DiscTotal,
-TrackLength, iTunesStik, Compilation and ID3Podcast (true or false).
+TrackLength, iTunesStik, Compilation and ID3Podcast (true or false; for FLAC 1 or 0).
 
 Exit status: read 0 once it has printed; otherwise 0 if all went well, 1 if not; 2 for a wrong command line.
 )";

@@ -7,10 +7,17 @@ Records audio files, whatever libsndfile reads, one after another as one live so
 than two channels the first two are taken. The files appear as recording-001.aiff and so on; none is overwritten.
 
   --out DIR             the folder of the recordings, made if need be (the current one)
-  --type aiff|wave      (aiff)
-  --bits 16|24          (16)
-  --mono mix|left|right records one channel
-  --rate HZ             sample rate of the recordings, 4000 to 192000 (that of each input)
+  --type aiff|wave|mp3|flac   (aiff)
+  --bits 16|24          of AIFF and WAVE (16)
+  --mono mix|left|right records one channel; of MP3 and FLAC the mix
+  --rate HZ             sample rate of the recordings, 4000 to 192000, for MP3 one of its own (that of the first input)
+  --bitrate KBPS        of MP3, 8 to 320: constant, on average, or at most (128)
+  --bitrate-mode constant|average|variable   of MP3 (constant)
+  --quality N           of MP3, 0 best to 9 fastest (5)
+  --vbr-quality N       of MP3 of variable bitrate, 0 best to 9 (5)
+  --podcast             marks MP3 files as a podcast
+  --tag KEY=VALUE       a tag of the files, as often as there are some; auspool-tags --help lists the keys
+  --cover IMAGE         their cover, a JPEG or PNG file
   --limit 90s|5MiB      goes on in a new file at this length or size: s, min, h, KiB, MiB, GiB; from 60s or 1MiB
   --silence skip|split|stop   leaves silence out, begins a new file after it, or ends the recording
   --silence-db DB       what is below this level is silence (-50)
@@ -22,22 +29,83 @@ than two channels the first two are taken. The files appear as recording-001.aif
 
 Exit status: 0 if nothing was dropped and nothing failed, 1 if something did, 2 for a wrong command line.)";
 
+namespace {
+
+using example::UsageError;
+
+const std::vector<std::pair<std::string, int>> kTypes = {{"aiff", AuRecOutputTypeAIFF},
+                                                         {"wave", AuRecOutputTypeWAVE},
+                                                         {"mp3", AuRecOutputTypeMP3},
+                                                         {"flac", AuRecOutputTypeFLAC}};
+
+void check_bitrate(uint32_t bitrate) {
+  for (const uint32_t *known = mp3_bitrate_table_legacy; *known != 0; ++known) {
+    if (*known == bitrate) return;
+  }
+  throw UsageError("--bitrate " + std::to_string(bitrate) + ": MP3 has no such bitrate");
+}
+
+// What one option means for each format.
+void share_out(Settings &s, int mono, float rate) {
+  const bool is_pcm = s.type == AuRecOutputTypeAIFF || s.type == AuRecOutputTypeWAVE;
+  if (!is_pcm && mono > 1) throw UsageError("--mono: this format mixes both channels");
+  if (!is_pcm && s.pcm.bit_depth != 0) throw UsageError("--bits 24: this format has 16");
+  if (s.type == AuRecOutputTypeFLAC && rate > 0) throw UsageError("--rate: FLAC files have the rate of their input");
+  s.pcm.mono = s.flac.mono = mono != 0;
+  s.pcm.mono_source = mono ? static_cast<uint32_t>(mono - 1) : 0;
+  s.mp3.channel_mode = mono != 0;
+  s.pcm.sample_rate = s.mp3.sample_rate = rate;
+}
+
+void make_tag(Settings &s) {
+  if (s.changes.settings.empty() && s.changes.cover.empty()) return;
+  s.tag.reset(audict_create());
+  s.changes.apply(s.tag.get());
+}
+
+}  // namespace
+
+std::string extension(AuRecOutputType type) {
+  for (const auto &[name, number] : kTypes) {
+    if (number == type) return type == AuRecOutputTypeWAVE ? "wav" : name;
+  }
+  return "";
+}
+
 Settings settings_from(int argc, char **argv) {
   Settings s;
+  int mono = 0;
+  float rate = 0;
+  bool podcast = false;
   s.inputs = example::parse(
       argc, argv,
-      {example::flag("help", s.help), example::text_option("out", s.folder),
-       example::choice_option("type", s.type, {{"aiff", AuRecOutputTypeAIFF}, {"wave", AuRecOutputTypeWAVE}}),
+      {example::flag("help", s.help),
+       example::text_option("out", s.folder),
+       example::choice_option("type", s.type, kTypes),
        example::choice_option("bits", s.pcm.bit_depth, {{"16", 0}, {"24", 1}}),
-       example::choice_option("mono", s.pcm.mono, {{"mix", 1}, {"left", 2}, {"right", 3}}),
-       example::number_option("rate", s.pcm.sample_rate, 4000, 192000), example::limit_option("limit", s.limit),
+       example::choice_option("mono", mono, {{"mix", 1}, {"left", 2}, {"right", 3}}),
+       example::number_option("rate", rate, 4000, 192000),
+       example::number_option("bitrate", s.mp3.bitrate, 8, 320),
+       example::choice_option("bitrate-mode", s.mp3.bitrate_mode, {{"constant", 0}, {"average", 1}, {"variable", 2}}),
+       example::number_option("quality", s.mp3.quality, 0, 9),
+       example::number_option("vbr-quality", s.mp3.vbr_quality, 0, 9),
+       example::flag("podcast", podcast),
+       {"tag", true, [&s](const std::string &setting) { s.changes.settings.push_back(setting); }},
+       example::text_option("cover", s.changes.cover),
+       example::limit_option("limit", s.limit),
        example::choice_option("silence", s.silence_mode, {{"skip", 1}, {"split", 2}, {"stop", 3}}),
        example::number_option("silence-db", s.silence_db, -200, 0),
        example::number_option("silence-seconds", s.silence_seconds, 0, 86400),
-       example::number_option("block", s.block, 1, 65536), example::flag("realtime", s.realtime),
+       example::number_option("block", s.block, 1, 65536),
+       example::flag("realtime", s.realtime),
        example::flag("json", s.json)});
-  s.pcm.mono_source = s.pcm.mono ? s.pcm.mono - 1 : 0;
-  if (s.inputs.empty() && !s.help) throw example::UsageError("no input");
+  if (s.help) return s;
+  s.mp3.podcast = podcast;
+  if (s.inputs.empty()) throw UsageError("no input");
+  if (!aurec_can_output_type(s.type)) throw UsageError("this build cannot write " + extension(s.type) + " files");
+  check_bitrate(s.mp3.bitrate);
+  share_out(s, mono, rate);
+  make_tag(s);
   return s;
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "common/change.h"
 #include "common/command_line.h"
 
 namespace record {
@@ -18,12 +19,19 @@ struct Settings {
   std::filesystem::path folder = ".";
   AuRecOutputType type = AuRecOutputTypeAIFF;
   AuRecOptionsPCM pcm{};
+  AuRecOptionsMP3 mp3{0, 5, 0, 5, 128, 0, 0};
+  AuRecOptionsFLAC flac{};
+  example::Changes changes;  // of nothing: the tag of all files
+  example::Value tag;        // null for none
   example::Limit limit;
   int32_t silence_mode = 0;
   float silence_db = -50, silence_seconds = 2;
   int block = 512;
   bool realtime = false, json = false, help = false;
 };
+
+// Of a file's name.
+std::string extension(AuRecOutputType type);
 
 // Throws example::UsageError.
 Settings settings_from(int argc, char **argv);

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string_view>
 
-#include "tags/value.h"
+#include "common/value.h"
 
 namespace example {
 namespace {

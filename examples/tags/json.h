@@ -3,7 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tags/value.h"
+#include "common/value.h"
 
 namespace example {
 

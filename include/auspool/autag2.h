@@ -105,12 +105,14 @@ AUSPOOL_API audict *autag2_read(const char *path, int32_t *error, uint32_t *form
  * no known format, "Eimp" for CAF. */
 AUSPOOL_API int32_t autag2_write(const char *path, const audict *tag);
 
-/* The bytes that hold the tag in a file of that format, as new data that the caller releases; null for an unknown
- * format, or when there is nothing to write. */
+/* The bytes that hold the tag in a file of that format, as new data that the caller releases; for FLAC, whose blocks
+ * come from the next function, the dictionary as a binary property list. Null for an unknown format, or when there is
+ * nothing to write. */
 AUSPOOL_API audict *autag2_create(const audict *tag, uint32_t format);
 
-/* For format 5 the tag as blocks for libFLAC's encoder, null for all others. The caller gives it back to
- * autag2_dispose_data. */
+/* For format 5 the tag as blocks for libFLAC's encoder (`FLAC__StreamMetadata`: the comments, and behind them a cover
+ * that is JPEG or PNG), null for all others, and in a build without libFLAC. The caller gives it back to
+ * autag2_dispose_data once the encoder has finished. */
 AUSPOOL_API autag2_data *autag2_create_data(const audict *tag, int32_t format);
 AUSPOOL_API void autag2_dispose_data(autag2_data *data);
 

@@ -9,6 +9,8 @@
 
 namespace auspool::platform {
 
+bool flac_metadata_is_available();
+
 void release_flac_block(void *block);
 struct ReleaseFlacBlock {
   void operator()(void *block) const { release_flac_block(block); }
@@ -35,8 +37,7 @@ enum class FlacRewrite {
   kDone,
   kNoMemory,    // to go through the blocks
   kUnreadable,  // no FLAC file, or broken metadata
-  kFailed,      // the blocks could not be put in, or the file not be written
-  kUnavailable  // this build has no libFLAC
+  kFailed       // the blocks could not be put in, or the file not be written
 };
 
 // Replaces all comments and pictures of a file by these, of which `picture` may be null. The audio stays where it is

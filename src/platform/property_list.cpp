@@ -19,6 +19,7 @@ struct Dispose {
   void operator()(void *node) const { plist_free(node); }
 };
 using Value = std::unique_ptr<audict, Release>;
+using Node = std::unique_ptr<void, Dispose>;
 
 Value converted(plist_t node, int depth);
 
@@ -97,7 +98,77 @@ Value converted(plist_t node, int depth) {
   }
 }
 
+Node node_of(const audict *value);
+
+// The library cannot say that memory ran out, except for the value itself.
+Node array_node(const audict *array) {
+  Node result(plist_new_array());
+  for (std::size_t i = 0; result && i < audict_count(array); ++i) {
+    Node element = node_of(audict_at(array, i));
+    if (!element) return nullptr;
+    plist_array_append_item(result.get(), element.release());
+  }
+  return result;
+}
+
+Node dictionary_node(const audict *dictionary) {
+  Node result(plist_new_dict());
+  for (std::size_t i = 0; result && i < audict_count(dictionary); ++i) {
+    Node element = node_of(audict_at(dictionary, i));
+    if (!element) return nullptr;
+    plist_dict_set_item(result.get(), audict_key_at(dictionary, i), element.release());
+  }
+  return result;
+}
+
+Node number_node(const audict *number) {
+  std::int64_t integer = 0;
+  double real = 0;
+  if (audict_number_type_of(number) >= AUDICT_FLOAT32 && audict_float(number, &real)) return Node(plist_new_real(real));
+  audict_integer(number, &integer);
+  return Node(plist_new_uint(static_cast<std::uint64_t>(integer)));
+}
+
+Node data_node(const audict *value) {
+  std::size_t length = 0;
+  const auto *bytes = static_cast<const char *>(audict_data(value, &length));
+  return Node(plist_new_data(bytes, length));
+}
+
+Node node_of(const audict *value) {
+  bool truth = false;
+  switch (audict_kind_of(value)) {
+  case AUDICT_STRING:
+    return Node(plist_new_string(audict_string(value)));
+  case AUDICT_NUMBER:
+    return number_node(value);
+  case AUDICT_BOOLEAN:
+    audict_boolean(value, &truth);
+    return Node(plist_new_bool(truth));
+  case AUDICT_DATA:
+    return data_node(value);
+  case AUDICT_ARRAY:
+    return array_node(value);
+  case AUDICT_DICTIONARY:
+    return dictionary_node(value);
+  case AUDICT_NONE:
+    break;
+  }
+  return nullptr;
+}
+
 }  // namespace
+
+std::optional<std::vector<std::uint8_t>> write_binary_property_list(const audict *value) {
+  const Node root = node_of(value);
+  if (!root) return std::nullopt;
+  char *bytes = nullptr;
+  std::uint32_t length = 0;
+  plist_to_bin(root.get(), &bytes, &length);
+  const std::unique_ptr<char, Free> owner(bytes);
+  if (bytes == nullptr) return std::nullopt;
+  return std::vector<std::uint8_t>(bytes, bytes + length);
+}
 
 audict *read_property_list(std::span<const std::uint8_t> bytes) {
   if (bytes.size() > std::numeric_limits<std::uint32_t>::max()) return nullptr;

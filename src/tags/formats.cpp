@@ -4,6 +4,7 @@
 
 #include "tags/aiff/aiff.h"
 #include "tags/caf/caf.h"
+#include "tags/flac/flac.h"
 #include "tags/id3/chapters.h"
 #include "tags/id3/id3.h"
 #include "tags/id3/mp3.h"
@@ -46,6 +47,15 @@ constexpr std::array kFormats = {
            .write = autag2_caf_write,
            .create = autag2_caf_create,
            .create_data = nullptr,
+           .chapter_read = nullptr,
+           .chapter_create = nullptr,
+           .chapter_write = nullptr},
+    Format{.number = AUTAG2_FLAC,
+           .is = autag2_is_flac,
+           .read = autag2_flac_read,
+           .write = autag2_flac_write,
+           .create = autag2_flac_create,
+           .create_data = autag2_flac_create_data,
            .chapter_read = nullptr,
            .chapter_create = nullptr,
            .chapter_write = nullptr},

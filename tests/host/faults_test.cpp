@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "host/recordings.h"
-#include "support/programs.h"
+#include "support/other_programs.h"
 #include "support/temp_dir.h"
 
 namespace auspool::testing {
@@ -91,6 +91,24 @@ TEST_F(Faults, AFullDiskKeepsWhatFitted) {
     const auto expected = stored(Samples(samples_.begin(), samples_.begin() + 500000), 16);
     EXPECT_TRUE(std::equal(expected.begin(), expected.end(), audio.samples.begin()));
     std::filesystem::remove(recording.path(0));
+  }
+}
+
+// FLAC loses all that comes after the first block that does not fit, MP3 what does not.
+TEST_F(Faults, AFullDiskKeepsWhatFittedOfCompressedFormatsToo) {
+  const TinyDisk disk(dir_.file("disk"), "1m");
+  if (!disk.mounted()) GTEST_SKIP() << "mounting a small disk is not allowed here";
+  for (const auto &[name, type] : {std::pair("flac", AuRecOutputTypeFLAC), {"mp3", AuRecOutputTypeMP3}}) {
+    if (!aurec_can_output_type(type)) continue;
+    SCOPED_TRACE(name);
+    const Recording recording = record(source() + " --out " + dir_.file("disk") + " --type " + name);
+    EXPECT_EQ(recording.status, 1);
+    EXPECT_NE(recording.errors, "");
+    ASSERT_TRUE(std::filesystem::exists(dir_.file("disk/recording-001.") + name));
+    const ProgramResult decoded =
+        run("ffmpeg -v quiet -i " + dir_.file("disk/recording-001.") + name + " -f s16le - | wc -c");
+    EXPECT_GT(std::stol(decoded.output), 4 * 200000) << "about a megabyte of it";
+    std::filesystem::remove(dir_.file("disk/recording-001.") + name);
   }
 }
 

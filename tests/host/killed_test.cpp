@@ -1,4 +1,5 @@
 // A recording that is killed leaves a file that opens, with a header that is at most ten seconds old.
+#include <auspool/aurec.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -12,7 +13,8 @@
 
 #include "base/byte_order.h"
 #include "host/recordings.h"
-#include "support/programs.h"
+#include "support/mp3_file.h"
+#include "support/other_programs.h"
 #include "support/temp_dir.h"
 
 extern char **environ;
@@ -101,6 +103,62 @@ TEST_P(KilledRecording, OpensWithAHeaderOfTheLastTenSeconds) {
       const auto probe = run("ffprobe -v error -of csv=p=0 -show_entries stream=sample_rate,channels " + quoted(path));
       EXPECT_EQ(probe.output, "8000,2\n") << probe.errors;
     }
+    std::filesystem::remove_all(folder);
+  }
+}
+
+// Runs a recording until its file has some bytes, and kills it at a moment of chance after that.
+std::string kill_early(const std::string &folder, const std::string &input, const std::string &type, unsigned seed) {
+  const std::string path = folder + "/recording-001." + type;
+  Recorder recorder(input, folder, type, "16");
+  std::error_code none;
+  while (recorder.running() && (!std::filesystem::exists(path) || std::filesystem::file_size(path, none) < 4096))
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  std::this_thread::sleep_for(std::chrono::microseconds(std::mt19937(seed)() % 20000));
+  EXPECT_TRUE(recorder.running());
+  recorder.kill();
+  return path;
+}
+
+TEST(KilledFlac, DecodesToItsLastWholeFrame) {
+  if (!aurec_can_output_type(AuRecOutputTypeFLAC)) GTEST_SKIP() << "this build has no libFLAC";
+  NEED_PROGRAM("flac");
+  const TempDir dir;
+  const Samples source = noise(2 * kRate * 60, 1);
+  write_source(dir.file("in.wav"), kRate, 2, source);
+  for (unsigned seed = 0; seed < 15 && !HasFailure(); ++seed) {
+    SCOPED_TRACE(seed);
+    const std::string folder = dir.file(std::to_string(seed));
+    const std::string path = kill_early(folder, dir.file("in.wav"), "flac", seed);
+    // -F goes on to what can be decoded; of the frame that was cut off it makes nothing.
+    const std::string raw =
+        run("flac -s -d -F -c --force-raw-format --endian=little --sign=signed " + quoted(path)).output;
+    const std::size_t frames = raw.size() / 4;
+    EXPECT_GT(frames, 0u);
+    EXPECT_EQ(frames % 4096, 0u) << "whole frames of libFLAC";
+    // Noise does not shrink: a frame more would not have fitted into the file.
+    EXPECT_GT(raw.size() + 2 * 4096 * 4 + 8192, std::filesystem::file_size(path));
+    for (std::size_t i = 0; i < std::min(2 * frames, source.size()); ++i) {
+      const auto sample = load_le<std::int16_t>(reinterpret_cast<const std::uint8_t *>(raw.data()) + 2 * i);
+      ASSERT_EQ(sample, stored(source[i], 16) >> 16) << i;
+    }
+    std::filesystem::remove_all(folder);
+  }
+}
+
+TEST(KilledMp3, PlaysToItsLastWholeFrame) {
+  if (!aurec_can_output_type(AuRecOutputTypeMP3)) GTEST_SKIP() << "this build has no LAME";
+  NEED_PROGRAM("ffmpeg");
+  const TempDir dir;
+  write_source(dir.file("in.wav"), kRate, 2, noise(2 * kRate * 60, 1));
+  for (unsigned seed = 0; seed < 15 && !HasFailure(); ++seed) {
+    SCOPED_TRACE(seed);
+    const std::string folder = dir.file(std::to_string(seed));
+    const std::string path = kill_early(folder, dir.file("in.wav"), "mp3", seed);
+    const Mp3File file = mp3_file(read_file(path));
+    ASSERT_GT(file.frames.size(), 5u);
+    const std::string raw = run("ffmpeg -v quiet -i " + quoted(path) + " -f s16le -").output;
+    EXPECT_GE(raw.size() / 4, (file.frames.size() - 2) * 576);
     std::filesystem::remove_all(folder);
   }
 }

@@ -7,7 +7,7 @@ import sys
 from pathlib import Path
 
 SKIPPED = 77
-READ = (".aif", ".wav", ".caf", ".mp3")  # by parts of file names; .aif serves .aiff and .aifc too
+READ = (".aif", ".wav", ".caf", ".mp3", ".flac")  # by parts of file names; .aif serves .aiff and .aifc too
 
 program, folder = sys.argv[1], Path(sys.argv[2])
 check = folder / "check.py"

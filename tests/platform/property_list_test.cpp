@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
 #include <string>
+
+#include "support/programs.h"
+#include "support/temp_dir.h"
 
 namespace auspool::platform {
 namespace {
@@ -45,6 +49,40 @@ TEST(PropertyList, TheBinaryFormIsReadToo) {
       "\0\0\0\0\0\0\1\1\0\0\0\0\0\0\0\2\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x0D",
       47);
   EXPECT_EQ(printed(binary), R"(["ab"])");
+}
+
+std::string written(const audict *value) {
+  const auto bytes = write_binary_property_list(value);
+  return bytes ? std::string(bytes->begin(), bytes->end()) : "nothing";
+}
+
+TEST(PropertyList, WhatIsWrittenIsReadBack) {
+  for (const char *content :
+       {"<string>caf\xC3\xA9 &amp; x</string>", "<integer>42</integer>", "<integer>-3</integer>", "<real>1.5</real>",
+        "<true/>", "<data>AAEC</data>", "<data></data>", "<array><string>a</string><false/></array>",
+        "<dict><key>k</key><array/><key>l</key><dict><key>m</key><integer>9876543210</integer></dict></dict>"}) {
+    const Value value = read(xml(content));
+    const std::string bytes = written(value.get());
+    EXPECT_EQ(bytes.substr(0, 8), "bplist00");
+    EXPECT_TRUE(audict_equal(read(bytes).get(), value.get())) << content;
+  }
+}
+
+TEST(PropertyList, AnotherReaderFindsTheSame) {
+  if (std::system("command -v python3 >/dev/null") != 0) GTEST_SKIP() << "there is no python3";
+  const testing::TempDir folder;
+  testing::write_file(folder.file("list"), written(read(xml("<dict><key>n</key><integer>-3</integer><key>d</key>"
+                                                            "<data>AAEC</data><key>a</key><array><true/></array>"
+                                                            "</dict>"))
+                                                       .get()));
+  EXPECT_EQ(testing::run("python3 -c 'import plistlib, sys; print(plistlib.load(open(sys.argv[1], \"rb\")))' " +
+                         testing::quoted(folder.file("list")))
+                .output,
+            "{'n': -3, 'd': b'\\x00\\x01\\x02', 'a': [True]}\n");
+}
+
+TEST(PropertyList, NothingIsWrittenOfNothing) {
+  EXPECT_EQ(written(nullptr), "nothing");
 }
 
 TEST(PropertyList, OtherBytesAndKindsGiveNothing) {

@@ -9,6 +9,8 @@
 #include "recorder/bare_recorder.h"
 #include "support/flac_file.h"
 #include "support/other_programs.h"
+#include "support/pictures.h"
+#include "support/tag_file.h"
 #include "support/watch.h"
 
 using namespace auspool;
@@ -157,6 +159,58 @@ TEST_F(RecordedFlac, KeepWholeBlocksAtASplit) {
   ASSERT_EQ(host.finished().size(), 2u);
   EXPECT_EQ(stream_info_of(read_file(host.path_of(1))).frames, 3072u);
   EXPECT_EQ(stream_info_of(read_file(host.path_of(2))).frames, 6000u - 3072u);
+}
+
+// The encoder reads the blocks until it has finished the file; each file has its own.
+TEST_F(RecordedFlac, CarryTheTagsOfEachFile) {
+  const Bytes cover = png_file(9, 7);
+  const auto tag_of = [&cover](int file) {
+    Ref tag(audict_create());
+    audict_set_string(tag.get(), "Title", ("file " + std::to_string(file)).c_str());
+    audict_set_string(tag.get(), "Encoder", "me");
+    audict_set_integer(tag.get(), "TrackNum", file, AUDICT_INT32);
+    audict_set_data(tag.get(), "AlbumCover", cover.data(), cover.size());
+    return tag;
+  };
+  Host host(AuRecOutputTypeFLAC);
+  std::atomic<int> files = 0;
+  host.on_path = [&](char *, void *&, void *, audict **tags) {
+    if (++files != 2) *tags = tag_of(files).release();
+  };
+  const Samples audio = noise(9000, 1);
+  ASSERT_EQ(host.start(), 0);
+  for (int file = 1; file <= 3; ++file) {
+    if (file > 1) split(host);
+    host.feed(audio, audio);
+  }
+  aurec_stop(host);
+  ASSERT_EQ(host.finished().size(), 3u);
+  for (int file = 1; file <= 3; ++file) {
+    const std::string path = host.finished()[static_cast<std::size_t>(file - 1)];
+    EXPECT_EQ(decoded_flac(path), stereo(audio, audio));
+    const Ref read(autag2_read(path.c_str(), nullptr, nullptr));
+    audict_remove(read.get(), "BinaryBlobs");
+    if (file == 2) {
+      EXPECT_EQ(audict_count(read.get()), 1u) << "the library's name alone";
+    } else {
+      EXPECT_TRUE(audict_equal(read.get(), tag_of(file).get()));
+    }
+  }
+}
+
+TEST_F(RecordedFlac, AreCompleteWithoutTagsThatFoundNoMemory) {
+  std::unique_ptr<CallFailer> failer;
+  Host host(AuRecOutputTypeFLAC);
+  host.on_path = [](char *, void *&, void *, audict **tags) { *tags = audict_create(); };
+  host.on_call = [&](const Call &call) {
+    if (call.name == "start") failer = std::make_unique<CallFailer>("FLAC__metadata_object_new", 1);
+  };
+  ASSERT_EQ(host.start(), 0);
+  const Samples audio = noise(9000, 1);
+  host.feed(audio, audio);
+  aurec_stop(host);
+  EXPECT_EQ(host.errors().size(), 0u);
+  EXPECT_EQ(decoded_flac(host.path_of(1)), stereo(audio, audio));
 }
 
 TEST_F(RecordedFlac, AnEmptyFileIsDeletedAndItsIndexComesAgain) {

@@ -106,6 +106,28 @@ TEST(TagBlock, IsEmptyWhereMemoryRanOutAndTheDictionaryIsReleased) {
   audict_release(tag);
 }
 
+TEST(TagsOfFile, BecomeACopyThatCanBeChanged) {
+  audict *host = new_tag("x");
+  TagsOfFile tags;
+  *tags.out() = audict_retain(host);
+  audict *own = tags.make_own();
+  EXPECT_TRUE(audict_equal(own, host));
+  EXPECT_TRUE(audict_set_string(own, "Title", "y"));
+  EXPECT_STREQ(audict_get_string(host, "Title"), "x");
+  TagsOfFile none;
+  EXPECT_EQ(audict_count(none.make_own()), 0u);
+  EXPECT_NE(*none.out(), nullptr);
+  audict_release(host);
+}
+
+TEST(TagsOfFile, AreNoneWhereTheCopyFindsNoMemory) {
+  TagsOfFile tags;
+  *tags.out() = new_tag("x");
+  const AllocationFailer failer(1);
+  EXPECT_EQ(tags.make_own(), nullptr);
+  EXPECT_EQ(*tags.out(), nullptr);
+}
+
 TEST(TagBlock, OfATagWithNothingToWriteIsEmpty) {
   TagsOfFile tags;
   EXPECT_TRUE(tags.take_block(kTagKindAIFF).empty());

@@ -3,8 +3,6 @@
 #include <array>
 
 #include "base/byte_order.h"
-#include "support/other_programs.h"
-#include "support/temp_dir.h"
 
 namespace auspool::testing {
 namespace {
@@ -86,13 +84,6 @@ StreamInfo stream_info_of(const std::string &file) {
   const std::uint64_t fields = load_be<std::uint64_t>(bytes_at(file, 8 + 10));
   return {static_cast<std::uint32_t>(fields >> 44), static_cast<std::uint32_t>(fields >> 41 & 7) + 1,
           static_cast<std::uint32_t>(fields >> 36 & 31) + 1, fields & 0xFFFFFFFFF, file.substr(8 + 18, 16)};
-}
-
-std::vector<std::int32_t> decoded_flac(const std::string &path) {
-  const std::string raw = output_of("flac -s -d -c --force-raw-format --endian=little --sign=signed " + quoted(path));
-  std::vector<std::int32_t> samples(raw.size() / 2);
-  for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = load_le<std::int16_t>(bytes_at(raw, 2 * i));
-  return samples;
 }
 
 }  // namespace auspool::testing

@@ -1,4 +1,4 @@
-// FLAC files: their blocks of metadata put together byte by byte, and what an independent decoder finds in them.
+// FLAC files: their blocks of metadata put together byte by byte.
 #pragma once
 
 #include <cstdint>
@@ -39,8 +39,5 @@ struct StreamInfo {
   std::string md5;
 };
 StreamInfo stream_info_of(const std::string &file);
-
-// The interleaved samples as the program flac decodes them; the test fails where that finds a fault.
-std::vector<std::int32_t> decoded_flac(const std::string &path);
 
 }  // namespace auspool::testing

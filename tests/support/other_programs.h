@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
+#include "base/byte_order.h"
 #include "support/programs.h"
 
 namespace auspool::testing {
@@ -37,6 +40,16 @@ inline std::string python(const std::string &script, const std::string &path) {
 // The audio of a file as ffmpeg decodes it, as a hash.
 inline std::string decoded_hash(const std::string &path) {
   return output_of("ffmpeg -v error -i " + quoted(path) + " -map 0:a -f md5 -");
+}
+
+// The interleaved samples of a FLAC file of 16 bits as the program flac decodes them, which checks their MD5 too.
+inline std::vector<std::int32_t> decoded_flac(const std::string &path) {
+  const std::string raw = output_of("flac -s -d -c --force-raw-format --endian=little --sign=signed " + quoted(path));
+  std::vector<std::int32_t> samples(raw.size() / 2);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    samples[i] = load_le<std::int16_t>(reinterpret_cast<const std::uint8_t *>(raw.data()) + 2 * i);
+  }
+  return samples;
 }
 
 }  // namespace auspool::testing

@@ -44,6 +44,10 @@ bool insert(FLAC__Metadata_Iterator *iterator, FlacBlock &block) {
 
 }  // namespace
 
+bool flac_metadata_is_available() {
+  return true;
+}
+
 void release_flac_block(void *block) {
   FLAC__metadata_object_delete(object(block));
 }

@@ -2,6 +2,9 @@
 
 namespace auspool::platform {
 
+bool flac_metadata_is_available() {
+  return false;
+}
 void release_flac_block(void *) {}
 FlacBlock make_flac_comments() {
   return nullptr;
@@ -13,7 +16,7 @@ FlacBlock make_flac_picture(const FlacPicture &) {
   return nullptr;
 }
 FlacRewrite rewrite_flac_metadata(const char *, FlacBlock, FlacBlock) {
-  return FlacRewrite::kUnavailable;
+  return FlacRewrite::kFailed;
 }
 
 }  // namespace auspool::platform

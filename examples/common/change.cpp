@@ -1,4 +1,4 @@
-#include "tags/change.h"
+#include "common/change.h"
 
 #include <algorithm>
 #include <limits>
@@ -36,8 +36,10 @@ constexpr Key kKeys[] = {
     {"ID3Podcast", AUDICT_BOOLEAN},
 };
 
+// FLAC has a number where the other formats have a truth.
 Value boolean_from(const std::string &text) {
-  if (text != "true" && text != "false") throw UsageError("true or false is wanted");
+  if (text == "0" || text == "1") return Value(audict_create_integer(text == "1", AUDICT_INT32));
+  if (text != "true" && text != "false") throw UsageError("true or false is wanted, for FLAC 1 or 0");
   return Value(audict_create_boolean(text == "true"));
 }
 

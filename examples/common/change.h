@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "common/command_line.h"
-#include "tags/value.h"
+#include "common/value.h"
 
 namespace example {
 

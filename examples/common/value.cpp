@@ -1,4 +1,4 @@
-#include "tags/value.h"
+#include "common/value.h"
 
 #include <cstring>
 #include <fstream>
