@@ -84,6 +84,20 @@ inline void wake_worker(Host &host) {
   host.rec()->ext_vars.semaphore.post();
 }
 
+// Asks for a new file and waits for it.
+inline void split(Host &host) {
+  const std::size_t files = host.count("start");
+  host.wait_until_ring_is_empty();
+  aurec_make_new_file(host);
+  host.wait_until(
+      [&] {
+        wake_worker(host);
+        return host.count("start") > files;
+      },
+      "the next file");
+  host.wait_until_recording();
+}
+
 // Keeps the worker from reading the ring, so that it finds whole blocks when it may again.
 class RingHeld {
 public:

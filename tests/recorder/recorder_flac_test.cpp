@@ -52,20 +52,6 @@ protected:
     return decoded_flac(host.path_of(1));
   }
 
-  // Asks for a new file and waits for it.
-  static void split(Host &host) {
-    const std::size_t files = host.count("start");
-    host.wait_until_ring_is_empty();
-    aurec_make_new_file(host);
-    host.wait_until(
-        [&] {
-          wake_worker(host);
-          return host.count("start") > files;
-        },
-        "the next file");
-    host.wait_until_recording();
-  }
-
   StreamInfo info{};  // of the last file
 };
 

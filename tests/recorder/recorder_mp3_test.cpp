@@ -67,20 +67,6 @@ protected:
     return mp3_file(read_file(host.path_of(1)));
   }
 
-  // Asks for a new file and waits for it.
-  static void split(Host &host) {
-    const std::size_t files = host.count("start");
-    host.wait_until_ring_is_empty();
-    aurec_make_new_file(host);
-    host.wait_until(
-        [&] {
-          wake_worker(host);
-          return host.count("start") > files;
-        },
-        "the next file");
-    host.wait_until_recording();
-  }
-
   // Starts with `call` failing on the worker, and expects that error and no file.
   static void expect_failure(const char *call, AuRecErrorCode code, const char *text) {
     std::unique_ptr<CallFailer> failer;
