@@ -110,7 +110,8 @@ typedef struct AuRecOptionsMP3 {
   uint32_t vbr_quality;  /* 0 best through 9. 10 and above: 5. Default 5 */
   uint32_t bitrate;      /* kilobits per second. In neither mp3_bitrate_table: 128. Default 128 */
   uint32_t podcast;      /* nonzero marks the file as a podcast in its tags. Default 0 */
-  float sample_rate;     /* of the file; 0 is the input's. Default 0 */
+  float sample_rate;     /* of the file, one of MP3's own; 0 leaves it to the encoder, which takes the input's or one
+                          * that suits the bitrate. Another one is refused with error 8. Default 0 */
 } AuRecOptionsMP3;
 
 typedef struct AuRecOptionsAAC {
