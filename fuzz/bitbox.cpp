@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   }
   const bitbox_custom_filter filter = {0, p.tap_count % 8u, p.taps};
   std::unique_ptr<bitbox_dither, void (*)(bitbox_dither *)> dither(
-      bitbox_dither_create(p.bits % 40, static_cast<std::int32_t>(channels), p.dither_type, &filter, p.rate),
+      bitbox_dither_create(p.bits, static_cast<std::int32_t>(channels), p.dither_type, &filter, p.rate),
       bitbox_dither_destroy);
   for (int call = 0; call < 2; ++call) {  // the second from the state that the first left
     bitbox_convert(source.channels.data(), p.source_format, static_cast<std::int32_t>(stride(p.source_stride)),

@@ -27,6 +27,7 @@
  * - Floats run from -1.0 to 1.0. Integers are signed; the lowest is -1.0.
  * - Nothing here locks, and bitbox_convert, bitbox_dither_ip, bitbox_dither_op and bitbox_dither_reset neither allocate
  *   nor make system calls: they are safe on a real-time thread.
+ * - A dither has one user at a time, for all of its channels: they draw from one sequence of noise.
  */
 #ifndef AUSPOOL_BITBOX_H
 #define AUSPOOL_BITBOX_H
@@ -67,10 +68,10 @@ AUSPOOL_API int32_t bitbox_convert(void *const *source, uint32_t source_format, 
 
 /* Types of dither: four-character codes. The first two add noise. The others round the signal to the word length,
  * triangular noise of one LSB added, and shape the noise of it all; they need a rate of at least 44100. */
-#define BITBOX_DITHER_RPDF 0x72706466u       /* "rpdf": rectangular noise of 0 to 1 LSB, so with a mean of half a one */
-#define BITBOX_DITHER_TPDF 0x74706466u       /* "tpdf": triangular noise of -1 to 1 LSB */
-#define BITBOX_DITHER_SIMPLE 0x73696D70u     /* "simp": 2 taps, noise from the lower band to the upper */
-#define BITBOX_DITHER_POLES 0x66665F66u      /* "ff_f": a pair of zeros and a pair of poles, noise near half the rate */
+#define BITBOX_DITHER_RPDF 0x72706466u   /* "rpdf": rectangular noise of 0 to 1 LSB, so with a mean of half an LSB */
+#define BITBOX_DITHER_TPDF 0x74706466u   /* "tpdf": triangular noise of -1 to 1 LSB */
+#define BITBOX_DITHER_SIMPLE 0x73696D70u /* "simp": 2 taps, noise from the lower band to the upper */
+#define BITBOX_DITHER_POLES 0x66665F66u  /* "ff_f": a pair of zeros and a pair of poles, noise near half the rate */
 #define BITBOX_DITHER_F_WEIGHTED 0x66776774u /* "fwgt": 24 to 40 taps that follow the ear */
 #define BITBOX_DITHER_FLAT_LOW 0x66662D34u   /* "ff-4": a flat floor 4.5 dB down, up to 0.63 of half the rate */
 #define BITBOX_DITHER_FLAT_MED 0x66662D36u   /* "ff-6": 6.1 dB down */
@@ -84,10 +85,11 @@ typedef struct bitbox_custom_filter {
   const float *taps; /* not null; copied */
 } bitbox_custom_filter;
 
-/* Makes a dither for samples of `bits` bits. `filter` matters for BITBOX_DITHER_CUSTOM alone and may be null otherwise.
- * All dithers begin with the same noise. Null for an unknown type, a shaped type other than the custom one at a rate
- * below 44100 (BITBOX_DITHER_TPDF serves there), a custom filter that is null or breaks the rules above, negative
- * `channels`, or no memory. */
+/* Makes a dither for samples of `bits` bits, 1 to 32. `filter` matters for BITBOX_DITHER_CUSTOM alone and may be null
+ * otherwise. All dithers begin with the same noise. Not for a real-time thread: it allocates, and
+ * BITBOX_DITHER_F_WEIGHTED at a rate without a ready filter designs one for some milliseconds. Null for other `bits`,
+ * an unknown type, a shaped type other than the custom one at a rate below 44100 (BITBOX_DITHER_TPDF serves there), a
+ * custom filter that is null or breaks the rules above, negative `channels`, or no memory. */
 AUSPOOL_API bitbox_dither *bitbox_dither_create(int32_t bits, int32_t channels, uint32_t type,
                                                 const bitbox_custom_filter *filter, float sample_rate);
 
@@ -100,7 +102,7 @@ AUSPOOL_API void bitbox_dither_destroy(bitbox_dither *dither);
 /* Dithers `frames` samples of one channel, in place or from source to target: 64-bit floats where `is_double` is not 0,
  * 32-bit floats otherwise. Types without shaping add noise, and rounding is left to the conversion that follows; shaped
  * types quantise, so that the conversion finds exact integers. Samples that clip become 1.0 or -1.0; NaN stays NaN and
- * leaves the filter as if the sample had met it without error. `frames` below 1, or with a shaped type a `channel` that
+ * adds no error to the filter. `dither` must not be null. `frames` below 1, or with a shaped type a `channel` that
  * the dither does not have: nothing happens. The noise is one sequence that all channels draw from. */
 AUSPOOL_API void bitbox_dither_ip(bitbox_dither *dither, int32_t channel, int32_t is_double, void *samples,
                                   int32_t stride, int32_t frames);

@@ -29,6 +29,11 @@ float *bitbox_dither::state_of(std::int32_t channel) const {
 }
 
 namespace auspool {
+namespace {
+
+constexpr std::int32_t kMostBits = 32;
+
+}  // namespace
 
 bool may_join_channels(const bitbox_dither *dither) {
   return !dither || !dither->is_shaped();
@@ -45,8 +50,9 @@ using namespace auspool;
 bitbox_dither *bitbox_dither_create(int32_t bits, int32_t channels, uint32_t type, const bitbox_custom_filter *filter,
                                     float sample_rate) {
   try {
+    if (bits < 1 || bits > kMostBits || channels < 0) return nullptr;
     auto taps = make_shape_filter(type, filter, sample_rate);
-    if (!taps || channels < 0) return nullptr;
+    if (!taps) return nullptr;
     return new bitbox_dither(bits, channels, type, std::move(*taps));
   } catch (...) {
     return nullptr;

@@ -278,6 +278,28 @@ TEST(Conversion, MayBeInPlaceWhereFormatsAndStridesAreTheSame) {
   }
 }
 
+TEST(Conversion, OfDitheredIntegersMayBeInPlace) {
+  std::mt19937_64 random(4);
+  for (const std::uint32_t type : {BITBOX_DITHER_TPDF, BITBOX_DITHER_SIMPLE}) {
+    for (const std::int32_t stride : {1, 2}) {
+      constexpr std::int32_t kFrames = 3000;
+      std::vector<std::int32_t> here(2 * kFrames), there(2 * kFrames);
+      for (auto &sample : here) sample = static_cast<std::int32_t>(random());
+      std::vector<std::int32_t> source = here;
+      const auto channels = [&](std::vector<std::int32_t> &of) {
+        return std::array<void *, 2>{of.data(), of.data() + (stride == 1 ? kFrames : 1)};
+      };
+      const auto in_place = channels(here), from = channels(source), to = channels(there);
+      using Dither = std::unique_ptr<bitbox_dither, void (*)(bitbox_dither *)>;
+      const Dither one(bitbox_dither_create(16, 2, type, nullptr, 44100), bitbox_dither_destroy);
+      const Dither other(bitbox_dither_create(16, 2, type, nullptr, 44100), bitbox_dither_destroy);
+      bitbox_convert(in_place.data(), 32, stride, in_place.data(), 32, stride, 2, kFrames, one.get());
+      bitbox_convert(from.data(), 32, stride, to.data(), 32, stride, 2, kFrames, other.get());
+      EXPECT_EQ(here, there) << stride;
+    }
+  }
+}
+
 TEST(Conversion, RunsOnARealTimeThread) {
   std::vector<float> source(5000, 0.25f);
   std::vector<std::int16_t> target(5000);

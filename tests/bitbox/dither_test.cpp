@@ -235,12 +235,12 @@ TEST(Dither, OfNoFramesOrAnUnknownChannelDoesNothing) {
 }
 
 // Orders around the blocks that the loop works in, and calls of lengths that cut those blocks.
-TEST(NoiseShaper, OfDoublesIsThePlainModelBitForBit) {
+void expect_plain_model(int bits) {
   for (const int order : {1, 2, 5, 7, 8, 9, 24, 40, 100}) {
     std::vector<float> taps;
     for (int i = 0; i < order; ++i) taps.push_back(static_cast<float>(1.2 * std::cos(0.9 * i) * std::pow(0.8, i)));
-    const Dither dither = custom(16, taps);
-    ShaperModel<double> model(16, taps);
+    const Dither dither = custom(bits, taps);
+    ShaperModel<double> model(bits, taps);
     NoiseModel noise;
     std::uint32_t seed = 1;
     for (const std::size_t frames : {1u, 3u, 8u, 17u, 256u, 300u, 1024u, 5u}) {
@@ -253,6 +253,10 @@ TEST(NoiseShaper, OfDoublesIsThePlainModelBitForBit) {
       model.round_state();
     }
   }
+}
+
+TEST(NoiseShaper, OfDoublesIsThePlainModelBitForBit) {
+  for (const int bits : {16, 24, 32}) expect_plain_model(bits);
 }
 
 TEST(NoiseShaper, WithPolesIsThePlainModelBitForBit) {
@@ -296,6 +300,14 @@ TEST(NoiseShaper, MakesCodesThatTheConversionFindsExactly) {
   }
 }
 
+TEST(Dither, HasOneTo32Bits) {
+  for (const std::int32_t bits : {INT32_MIN, -1000, 0, 33, 1100, INT32_MAX}) {
+    EXPECT_EQ(bitbox_dither_create(bits, 1, BITBOX_DITHER_SIMPLE, nullptr, 44100), nullptr) << bits;
+    EXPECT_EQ(bitbox_dither_create(bits, 1, BITBOX_DITHER_TPDF, nullptr, 44100), nullptr) << bits;
+  }
+  for (const std::int32_t bits : {1, 32}) EXPECT_NE(make(bits, BITBOX_DITHER_SIMPLE), nullptr) << bits;
+}
+
 TEST(NoiseShaper, ClipsToFullScaleAndKeepsTheErrorWithinOneStep) {
   for (const double x : {1.0, 1.5, 100.0, 1e30, -1.5, -1e30, std::numeric_limits<double>::infinity()}) {
     const Dither dither = custom(16, {0.9f});
@@ -307,11 +319,12 @@ TEST(NoiseShaper, ClipsToFullScaleAndKeepsTheErrorWithinOneStep) {
       EXPECT_LE(std::abs(dither->state[1]), static_cast<float>(dither->step)) << x;
     }
   }
-  void *target;
+}
+
+TEST(NoiseShaper, ClippingBecomesTheHighestCode) {
   std::int16_t code = 0;
   double one = 1.5;
-  void *source = &one;
-  target = &code;
+  void *source = &one, *target = &code;
   const Dither dither = custom(16, {0.9f});
   bitbox_convert(&source, 0x4040, 1, &target, 16, 1, 1, 1, dither.get());
   EXPECT_EQ(code, 32767);

@@ -178,13 +178,12 @@ TEST(DitheredConversion, OfIntegersDrawsNoiseAsThatOfFloats) {
   }
 }
 
-TEST(DitheredConversion, OfFloatsWorksInChunksOf2048Frames) {
+TEST(DitheredConversion, OfFloatsIsThatOfOneLongCall) {
   const auto x = testing::noise(2 * kFrames, 1);
   const Stereo planar{kFrames, false};
   const Dither whole = shaped(2);
   const Dither cut = shaped(2);
   const auto result = convert(x, kF32, planar, planar, whole.get());
-  // The float loop keeps no more than its state does, so one long call is the same as its chunks.
   std::vector<float> codes(x);
   for (std::int32_t channel = 0; channel < 2; ++channel) {
     bitbox_dither_ip(cut.get(), channel, 0, codes.data() + channel * static_cast<std::int32_t>(kFrames), 1, kFrames);
