@@ -38,8 +38,10 @@
  *   raesampler_reset, raesampler_preroll and raesampler_set_drift_ratio take no lock and make no
  *   system call; they allocate nothing unless raesampler_resample meets a burst of output larger
  *   than any that it made room for when it was created. They are fit for a real-time thread.
- * - Without drift correction the output is aligned with the input to within one input sample: the
- *   filters' delay is taken out at the start of the stream, and comes back as padding at its end.
+ * - The output is aligned with the input to within about one sample of the lower rate: the filters'
+ *   delay is taken out at the start of the stream, and comes back as padding at its end. Two flags
+ *   differ: with RAESAMPLER_FLAG_LOW_LATENCY a part of it stays in where filters are longer than a
+ *   block, and with RAESAMPLER_FLAG_MINIMUM_PHASE it depends on the frequency.
  */
 #ifndef AUSPOOL_RAESAMPLER_H
 #define AUSPOOL_RAESAMPLER_H
