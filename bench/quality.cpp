@@ -88,6 +88,19 @@ void print_creation(const std::vector<Kind> &kinds) {
   }
 }
 
+void print_low_latency() {
+  constexpr int kMicroseconds[] = {1500, 3000, 12000};  // blocks of 64, 128 and 512 samples
+  std::printf("\n| Low latency, 44.1>48 | 64 | 128 | 512 |\n|---|---|---|---|\n");
+  const std::vector<Kind> kinds = all_kinds();
+  for (int quality = 1; quality < 5; ++quality) {
+    std::printf("| %s |", kinds[static_cast<std::size_t>(quality)].name.c_str());
+    for (const int microseconds : kMicroseconds) {
+      std::printf(" %.0f |", measure_speed(low_latency_kind(quality, microseconds), kRates[0]));
+    }
+    std::printf("\n");
+  }
+}
+
 void print_whole_streams() {
   std::printf("\n| Quality, 44.1>48 | one thread | two threads | ratio |\n|---|---|---|---|\n");
   const std::vector<Kind> kinds = all_kinds();
@@ -106,6 +119,7 @@ int main(int argc, char **argv) {
   const std::vector<Kind> kinds = all_kinds();
   print_speeds(kinds);
   print_creation(kinds);
+  print_low_latency();
   print_whole_streams();
   return 0;
 }

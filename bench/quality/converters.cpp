@@ -42,7 +42,11 @@ public:
   }
 
   static std::unique_ptr<Converter> make(const Rates &rates, int quality) {
-    raesampler *r = raesampler_create(quality, kChannels, nullptr, 0, rates.in, rates.out, 0);
+    return make_with_latency(rates, quality, 0);
+  }
+
+  static std::unique_ptr<Converter> make_with_latency(const Rates &rates, int flags, int microseconds) {
+    raesampler *r = raesampler_create(flags, kChannels, nullptr, microseconds, rates.in, rates.out, 0);
     return r ? std::make_unique<Auspool>(r) : nullptr;
   }
 
@@ -174,6 +178,12 @@ Kind kind(const char *name, Setting setting) {
 }
 
 }  // namespace
+
+Kind low_latency_kind(int quality, int microseconds) {
+  return {"low latency", [=](const Rates &rates) {
+            return Auspool::make_with_latency(rates, quality | RAESAMPLER_FLAG_LOW_LATENCY, microseconds);
+          }};
+}
 
 std::vector<Kind> all_kinds() {
   return {kind<Auspool>("auspool RealTime", 0),

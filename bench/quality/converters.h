@@ -60,4 +60,7 @@ struct Kind {
 // Ours first.
 std::vector<Kind> all_kinds();
 
+// Ours in partitions.
+Kind low_latency_kind(int quality, int microseconds);
+
 }  // namespace quality
