@@ -62,7 +62,7 @@
  * - Resuming. When packets run out, the next one to come is played at once, even if its time is yet to come; a lead of
  *   more than 50 ms then shows within seconds, and the player waits for the rest of it.
  *
- * docs/packets.md shows the states and the controller.
+ * docs/packets.md shows the states, the controller, and what a simulated day of drift, jitter and loss does.
  */
 #ifndef AUSPOOL_AUPACKETPLAYER_H
 #define AUSPOOL_AUPACKETPLAYER_H

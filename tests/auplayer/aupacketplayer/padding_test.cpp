@@ -83,6 +83,14 @@ TEST_F(Gaps, AreUnknownAfterTheSwitchToPlayback) {
   EXPECT_EQ(stretches_of(get(100)), (Stretches{{1, 2}, {2, 98}}));
 }
 
+// A clock that has just begun: unknown is not the time 0.
+TEST_F(Gaps, AreUnknownBeforeTheFirstPacketWhateverTheClockSays) {
+  clock_.ticks = 500'000'000;
+  aupacketplayer_start(player_);
+  play(1000, 0.5);
+  EXPECT_EQ(stretches_of(get(100)), (Stretches{{0, 2}, {1, 98}}));
+}
+
 // Padding ends a gap: the packet behind it is expected when it comes.
 TEST_F(Gaps, ArePaddedOnce) {
   play_with_gap(400);
