@@ -223,7 +223,8 @@ TEST_F(RecordedFlac, AnEncoderThatCannotBeMadeEndsTheRecordingWithoutAFile) {
     if (call.name == "state" && !failer) failer = std::make_unique<CallFailer>("FLAC__stream_encoder_new", 1);
   };
   ASSERT_EQ(aurec_start(host, 44100.0f), 0);
-  host.wait_until([&] { return !aurec_is_active(host); }, "the end");
+  host.wait_until([&] { return !host.errors().empty(); }, "the error");
+  EXPECT_EQ(aurec_is_active(host), 0);
   ASSERT_EQ(host.errors().size(), 1u);
   EXPECT_EQ(host.errors()[0].code, AuRecErrorFLACNew);
   EXPECT_EQ(host.errors()[0].text, "FLAC__stream_encoder_new() failed");
@@ -290,7 +291,10 @@ TEST_F(RecordedFlac, ABlockThatIsNotEncodedIsLostAndTheRestIsThere) {
   for (std::size_t block = 0; block < 3; ++block) {
     const Samples part(audio.begin() + 1024 * static_cast<int>(block),
                        audio.begin() + 1024 * static_cast<int>(block + 1));
-    host.feed(part, part, 44100.0f, 1024);
+    {
+      const RingHeld held(host);  // so that the worker finds the block whole
+      EXPECT_EQ(host.record(part, part), 0);
+    }
     host.wait_until(
         [&] {
           wake_worker(host);

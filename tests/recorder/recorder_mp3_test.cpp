@@ -81,7 +81,8 @@ protected:
 
   static void expect_no_recording(Host &host, float rate, AuRecErrorCode code, const char *text) {
     ASSERT_EQ(aurec_start(host, rate), 0);
-    host.wait_until([&] { return !aurec_is_active(host); }, "the end");
+    host.wait_until([&] { return !host.errors().empty(); }, "the error");
+    EXPECT_EQ(aurec_is_active(host), 0);
     ASSERT_EQ(host.errors().size(), 1u);
     EXPECT_EQ(host.errors()[0].code, code);
     EXPECT_EQ(host.errors()[0].text, text);
