@@ -111,7 +111,7 @@ typedef struct ausim_operation {
 } ausim_operation;
 
 /* Called for each operation before it is done, on the thread that asks: other than 0 is a status with which it fails.
- * It must not call back into the script. Null for none. */
+ * It may change devices but not run them. Null for none. */
 typedef int32_t (*ausim_operation_callback)(void *context, const ausim_operation *operation);
 AUSPOOL_API void ausim_set_operation_callback(ausim *sim, ausim_operation_callback callback, void *context);
 

@@ -11,6 +11,7 @@
 #include <cstdint>
 
 #include "auspool/rbuffer.h"
+#include "base/relaxed.h"
 #include "platform/spin_lock.h"
 
 namespace auspool {
@@ -37,7 +38,7 @@ struct rbuffer2 {
   std::uint8_t *plane0 = nullptr;
   std::uint8_t *plane1 = nullptr;
   std::int32_t mlock_status = 0;
-  std::int32_t size = 0;
+  auspool::Relaxed<std::int32_t> size = 0;  // other threads may ask while it changes
   std::int32_t lock_memory = 0;
   std::int32_t block_size = 0;
   alignas(auspool::kCacheLine) std::atomic<std::int32_t> free_space = 0;

@@ -1,12 +1,14 @@
 #include "platform/audio_device.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <memory>
 #include <mutex>
 #include <string_view>
 
 #include "platform/audio_device/backends.h"
+#include "platform/idle_sleep.h"
 
 namespace auspool::platform {
 namespace {
@@ -38,6 +40,51 @@ struct Layer {
   std::size_t uses = 0;
 };
 
+// Keeps the computer awake while procs run, unless sleep is allowed.
+class Wakefulness {
+public:
+  void proc_started() {
+    change([this] { ++running_; });
+  }
+  void procs_stopped(std::size_t count) {
+    change([this, count] { running_ -= count; });
+  }
+  void set_allowed(std::uint32_t allowed) {
+    change([this, allowed] { allowed_ = allowed; });
+  }
+  std::uint32_t allowed() {
+    const std::lock_guard lock(mutex_);
+    return allowed_;
+  }
+
+private:
+  template <typename Change>
+  void change(const Change &change) {
+    const std::lock_guard lock(mutex_);
+    change();
+    if (running_ != 0 && allowed_ == 0) {
+      inhibitor_.hold();
+    } else {
+      inhibitor_.release();
+    }
+  }
+
+  std::mutex mutex_;
+  std::size_t running_ = 0;
+  std::uint32_t allowed_ = 0;
+  IdleSleepInhibitor inhibitor_;
+};
+
+// Never destroyed, as the layer.
+Wakefulness &wakefulness() {
+  static Wakefulness &wakefulness = *new Wakefulness;
+  return wakefulness;
+}
+
+bool is_sleep_allowed(ObjectId object, const PropertyAddress &address) {
+  return object == kSystemObject && address == kSleepAllowed;
+}
+
 // Never destroyed: a host that ends with players alive ends with their threads running.
 Layer &layer() {
   static Layer &layer = *new Layer;
@@ -64,20 +111,38 @@ void close_backend() {
 AudioDevices::AudioDevices() : backend_(open_backend()) {}
 
 AudioDevices::~AudioDevices() {
+  wakefulness().procs_stopped(running_);
   close_backend();
 }
 
 DeviceStatus AudioDevices::get_property(ObjectId object, const PropertyAddress &address, std::uint32_t *bytes,
                                         void *value) {
+  if (is_sleep_allowed(object, address)) {
+    const std::uint32_t allowed = wakefulness().allowed();
+    *bytes = std::min<std::uint32_t>(*bytes, sizeof allowed);
+    std::memcpy(value, &allowed, *bytes);
+    return 0;
+  }
   return backend_.get_property(object, address, bytes, value);
 }
 
 DeviceStatus AudioDevices::property_size(ObjectId object, const PropertyAddress &address, std::uint32_t *bytes) {
+  if (is_sleep_allowed(object, address)) {
+    *bytes = sizeof(std::uint32_t);
+    return 0;
+  }
   return backend_.property_size(object, address, bytes);
 }
 
 DeviceStatus AudioDevices::set_property(ObjectId object, const PropertyAddress &address, std::uint32_t bytes,
                                         const void *value) {
+  if (is_sleep_allowed(object, address)) {
+    std::uint32_t allowed = 0;
+    if (bytes != sizeof allowed) return AUDEVICE_BAD_SIZE;
+    std::memcpy(&allowed, value, sizeof allowed);
+    set_sleep_allowed(allowed);
+    return 0;
+  }
   return backend_.set_property(object, address, bytes, value);
 }
 
@@ -100,10 +165,20 @@ DeviceStatus AudioDevices::destroy_io_proc(ObjectId device, IoProcId id) {
 }
 
 DeviceStatus AudioDevices::start(ObjectId device, IoProcId id) {
-  return backend_.start(device, id);
+  const DeviceStatus status = backend_.start(device, id);
+  if (status == 0) {
+    ++running_;
+    wakefulness().proc_started();
+  }
+  return status;
 }
 
 DeviceStatus AudioDevices::stop(ObjectId device, IoProcId id) {
+  // Whatever comes of it, the proc that was started here runs no more.
+  if (running_ != 0) {
+    --running_;
+    wakefulness().procs_stopped(1);
+  }
   return backend_.stop(device, id);
 }
 
@@ -113,6 +188,10 @@ bool AudioDevices::can_duck() const {
 
 DeviceStatus AudioDevices::duck(ObjectId device, float level, float ramp_seconds) {
   return backend_.duck(device, level, ramp_seconds);
+}
+
+void set_sleep_allowed(std::uint32_t allowed) {
+  wakefulness().set_allowed(allowed);
 }
 
 const char *audio_backend_name(std::size_t index) {

@@ -41,6 +41,7 @@
 // devices are new ones when it is back.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -217,7 +218,11 @@ public:
 
 private:
   AudioBackend &backend_;
+  std::atomic<std::size_t> running_ = 0;  // procs that were started here
 };
+
+// "slep" of the system object, for those without an AudioDevices.
+void set_sleep_allowed(std::uint32_t allowed);
 
 // ---- Which backends there are ----
 

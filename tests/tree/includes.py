@@ -9,6 +9,7 @@ SRC, PUBLIC = ROOT / "src", ROOT / "include"
 ARROWS = {
     "recorder": {"buffers", "tags", "m4a"},
     "auplayer": {"buffers", "resampler"},
+    "auline": {"auplayer"},
     "audiskdelay": {"buffers"},
 }
 LEAVES = {"base"}  # they include nothing of ours but themselves
