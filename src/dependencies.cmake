@@ -12,25 +12,20 @@ list(APPEND modules ${AUSPOOL_CODEC_MODULES})
 if(AUSPOOL_PIPEWIRE)
   list(APPEND modules libpipewire-0.3)
 endif()
+if(AUSPOOL_IDLE_SLEEP)
+  list(APPEND modules libsystemd)
+endif()
 foreach(module ${modules})
   pkg_check_modules(AUSPOOL_${module} REQUIRED IMPORTED_TARGET ${module})
   list(APPEND AUSPOOL_LIBRARIES PkgConfig::AUSPOOL_${module})
 endforeach()
-<<<<<<< HEAD
 # For static linking pkg-config follows what it requires into every library that a distribution has built libav with; we
 # link libav itself shared.
 set(shared_modules ${modules})
 list(FILTER modules EXCLUDE REGEX "^lib(av|sw)")
 list(FILTER shared_modules INCLUDE REGEX "^lib(av|sw)")
 list(TRANSFORM shared_modules REPLACE "^lib" "-l")
-=======
 set_source_files_properties(platform/idle_sleep.cpp PROPERTIES COMPILE_DEFINITIONS
   AUSPOOL_IDLE_SLEEP=$<BOOL:${AUSPOOL_IDLE_SLEEP}>)
-if(AUSPOOL_IDLE_SLEEP)
-  pkg_check_modules(AUSPOOL_libsystemd REQUIRED IMPORTED_TARGET libsystemd)
-  list(APPEND AUSPOOL_LIBRARIES PkgConfig::AUSPOOL_libsystemd)
-  list(APPEND modules libsystemd)
-endif()
->>>>>>> b62a763 (Add the players of both generations, and keep the computer awake while they run)
 list(JOIN modules " " AUSPOOL_PKG_REQUIRES)
 list(JOIN shared_modules " " AUSPOOL_PKG_LIBS)

@@ -31,14 +31,15 @@ public:
     return std::chrono::steady_clock::now() >= next_time_;
   }
 
-  // How much of so many seconds of audio is done, and its level now where that is told.
-  void progress(double seconds, double total, std::optional<double> decibels = {}) {
+  // How much of so many seconds of audio is done, and its level now where that is told, and whatever else there is.
+  void progress(double seconds, double total, std::optional<double> decibels = {}, const std::string &more = "") {
     const std::lock_guard lock(mutex_);
     next_time_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(50);
     quarters_ = std::floor(seconds / total * 4) + 1;
     std::fprintf(stderr, "%s[%s] %3.0f%%  %.1f of %.1f s", terminal_ ? "\r\033[K" : "",
                  bar(seconds / total, 24).c_str(), 100 * seconds / total, seconds, total);
     if (decibels) std::fprintf(stderr, "  level [%s] %6.1f dB", bar(1 + *decibels / 60, 20).c_str(), *decibels);
+    std::fputs(more.c_str(), stderr);
     if (!terminal_) std::fputc('\n', stderr);
     std::fflush(stderr);
     drawn_ = terminal_;

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string_view>
 
 #include "platform/audio_device/backends.h"
@@ -75,20 +76,24 @@ private:
   IdleSleepInhibitor inhibitor_;
 };
 
-// Never destroyed, as the layer.
+// One for the process, never destroyed: a host that ends with players alive ends with their threads running.
+template <typename T>
+T &immortal() {
+  alignas(T) static std::byte place[sizeof(T)];
+  static T &one = *new (place) T;
+  return one;
+}
+
 Wakefulness &wakefulness() {
-  static Wakefulness &wakefulness = *new Wakefulness;
-  return wakefulness;
+  return immortal<Wakefulness>();
 }
 
 bool is_sleep_allowed(ObjectId object, const PropertyAddress &address) {
   return object == kSystemObject && address == kSleepAllowed;
 }
 
-// Never destroyed: a host that ends with players alive ends with their threads running.
 Layer &layer() {
-  static Layer &layer = *new Layer;
-  return layer;
+  return immortal<Layer>();
 }
 
 AudioBackend &open_backend() {
