@@ -183,6 +183,30 @@ TYPED_TEST(PlayerIo, FollowsTheRateOfTheDevice) {
   EXPECT_EQ(this->heard(id, 20), converted_by(TypeParam(), rest, 44100, 48000, 256, 20));
 }
 
+TYPED_TEST(PlayerIo, AStartForgetsWhatTheConverterHeld) {
+  const Samples loud(4000, 0.9f), in = noise(20000, 6);
+  const std::uint32_t id = this->start_on(kInterleaved, 48000, 256);
+  this->play(loud);
+  ausim_run(this->devices, id, 3);
+  TypeParam::start(this->player);
+  this->play(in);
+  EXPECT_EQ(this->heard(id, 10), converted_by(TypeParam(), in, 44100, 48000, 256, 10));
+}
+
+TYPED_TEST(PlayerIo, ANewDefaultDeviceForgetsWhatTheConverterHeld) {
+  const Samples in = noise(20000, 6);
+  const std::uint32_t first = this->start_on(kInterleaved, 48000, 256);
+  this->play(in);
+  const Samples before = this->heard(first, 4);
+  const auto waiting = static_cast<std::ptrdiff_t>(rbuffer2_used_space(this->player->ring.get()) / 4);
+  ausim_device description = output_device(kInterleaved);
+  description.rate = 48000;
+  description.buffer_frames = 256;
+  const std::uint32_t second = this->devices.add_default_output(description);
+  EXPECT_EQ(this->heard(second, 10),
+            converted_by(TypeParam(), Samples(in.end() - waiting, in.end()), 44100, 48000, 256, 10));
+}
+
 TYPED_TEST(PlayerIo, TakesADeviceWhoseRateCannotBeReadFor44100) {
   const std::uint32_t id = this->start_on(kInterleaved, 48000);
   EXPECT_EQ(this->player->device_rate, 48000.0f);
