@@ -64,7 +64,10 @@ public:
   void run(benchmark::State &state, const Feed &feed) {
     std::vector<double> microseconds;
     microseconds.reserve(kPasses);
-    ausim_run(sim_, id_, 100);  // what is built once
+    for (int i = 0; i < 100; ++i) {  // what is built once
+      feed();
+      ausim_run(sim_, id_, 1);
+    }
     for (auto _ : state) {
       feed();
       ausim_run(sim_, id_, 1);
@@ -159,7 +162,7 @@ private:
 class Swresample {
 public:
   Swresample(rbuffer2 *ring, double rate) : ring_(ring), context_(swr_alloc()) {
-    const AVChannelLayout stereo = AV_CHANNEL_LAYOUT_STEREO;
+    AVChannelLayout stereo = AV_CHANNEL_LAYOUT_STEREO;
     swr_alloc_set_opts2(&context_, &stereo, AV_SAMPLE_FMT_FLT, static_cast<int>(rate), &stereo, AV_SAMPLE_FMT_FLTP,
                         static_cast<int>(kSourceRate), 0, nullptr);
     swr_init(context_);
@@ -204,7 +207,7 @@ public:
 private:
   static constexpr std::size_t kBlock = 256;
 
-  static std::size_t read(void *self, soxr_cbufs_t *data, std::size_t wanted) {
+  static std::size_t read(void *self, soxr_in_t *data, std::size_t wanted) {
     auto &soxr = *static_cast<Soxr *>(self);
     const auto count = static_cast<std::int32_t>(4 * std::min(wanted, kBlock));
     const std::int32_t got = rbuffer2_read(soxr.ring_, soxr.planes_[0], soxr.planes_[1], count);

@@ -40,8 +40,9 @@ std::int32_t auplayer2::frames_in(std::int32_t frames) const {
 // What the ring does not give is silence.
 void auplayer2::render(float *interleaved, std::int32_t frames, std::int32_t needed) {
   float planes[2 * kMostFrames];
-  std::fill_n(planes, 2 * needed, 0.0f);
-  rbuffer2_read(ring.get(), planes, planes + needed, 4 * needed);
+  const std::int32_t got = rbuffer2_read(ring.get(), planes, planes + needed, 4 * needed) / 4;
+  std::fill(planes + got, planes + needed, 0.0f);
+  std::fill(planes + needed + got, planes + 2 * needed, 0.0f);
   const float *const in[] = {planes, planes + needed};
   float *const out[] = {interleaved, interleaved + 1};
   raesampler_resample(resampler.get(), in, 1, out, 2, &needed, frames);

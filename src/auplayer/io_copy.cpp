@@ -25,7 +25,7 @@ void mix(const float *interleaved, std::uint32_t frames, const ChannelDescriptor
 
 void copy_audio_to_io_buffer(const float *interleaved, std::uint32_t frames, const ChannelDescriptor (&channels)[2],
                              float gain) {
-  const auto &[left, right] = channels;
+  const ChannelDescriptor left = channels[0], right = channels[1];
   const bool unity = is_unity(gain);
   if (left.data == right.data) return mix(interleaved, frames, left, unity ? 0.5f : 0.5f * gain);
   if (unity && left.stride == 2 && right.stride == 2 && right.data == left.data + 1) {

@@ -16,7 +16,7 @@ public:
     const Item *const item = find(address);
     if (!item) return AUDEVICE_UNKNOWN_PROPERTY;
     *bytes = std::min(*bytes, static_cast<std::uint32_t>(item->value.size()));
-    std::memcpy(value, item->value.data(), *bytes);
+    std::copy_n(item->value.data(), *bytes, static_cast<std::byte *>(value));
     return 0;
   }
 
