@@ -94,7 +94,7 @@ AUSPOOL_API m4a_t *m4a_begin_fragmented(FILE *file, const audict *tags, int32_t 
 AUSPOOL_API void m4a_write_sample_fragmented(m4a_t *m4a, const void *data, int32_t size);
 
 /* Completes the last fragment, which needs no memory, and returns 0. `kind` is not looked at. The record is not
- * released. */
+ * released: it is left to the end of the process, some kilobytes for each file. */
 AUSPOOL_API int32_t m4a_finish_fragmented(m4a_t *m4a, int32_t kind);
 
 #ifdef __cplusplus

@@ -1,4 +1,5 @@
-// The audio thread's side of a recording: from the host's block to the ring. Nothing here waits or allocates.
+// The audio thread's side of a recording: from the host's block to the ring. Nothing here allocates, and
+// nothing but a change of rate waits.
 #include <unistd.h>
 
 #include <algorithm>

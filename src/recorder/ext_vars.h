@@ -8,19 +8,13 @@
 #include "auspool/ausampler.h"
 #include "auspool/rbuffer.h"
 #include "auspool/smeter.h"
+#include "base/handle.h"
 #include "base/relaxed.h"
 #include "platform/semaphore.h"
 #include "platform/spin_lock.h"
 
 namespace auspool {
 
-template <auto kDestroy>
-struct DestroyWith {
-  template <typename T>
-  void operator()(T *handle) const {
-    kDestroy(handle);
-  }
-};
 using RingPtr = std::unique_ptr<rbuffer, DestroyWith<rbuffer_destroy>>;
 using SamplerPtr = std::unique_ptr<ausampler, DestroyWith<ausampler_destroy>>;
 using MeterPtr = std::unique_ptr<smeter, DestroyWith<smeter_destroy>>;

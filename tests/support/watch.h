@@ -1,17 +1,16 @@
 // The watch over calls that our code makes into the C library and the C++ allocator
 // (watched_calls.inc).
 //
-//   RealtimeGuard guard;          // from here to the end of the scope this thread is a real-time
-//   thread: code_under_test();            // allocating, locking or blocking fails the test, naming
-//   the call
+//   RealtimeGuard guard;          // from here to the end of the scope this thread is a real-time thread:
+//   code_under_test();            // allocating, locking or blocking fails the test, and names the call
 //
 //   CallFailer failer("malloc");  // every call of that name by this thread fails,
 //   CallFailer third("fwrite", 3) // or only the third one from here
 //
 //   AllocationFailer nth(n);      // the n-th allocation of any kind on this thread fails
 //
-//   run_without_system_calls(f);  // runs f on a thread of its own on which the kernel itself
-//   refuses system calls other
+//   run_without_system_calls(f);  // runs f on a thread of its own on which the kernel itself refuses system calls
+//   other
 //                                 // than a semaphore's post
 //
 // The watch sees calls from our own objects and from this program; what another library does inside

@@ -10,19 +10,12 @@
 #include "auspool/aupacketplayer.h"
 #include "auspool/auptrbuf.h"
 #include "auspool/ausampler.h"
+#include "base/handle.h"
 #include "base/relaxed.h"
 
 namespace auspool {
 
 inline constexpr std::int32_t kSampleBufferFrames = 81920;
-
-template <auto destroy>
-struct DestroyWith {
-  template <typename T>
-  void operator()(T *object) const {
-    destroy(object);
-  }
-};
 
 inline void destroy_with_packets(auheap *heap) {
   auheap_destroy_with_callback(heap, free_heap_node);

@@ -2,20 +2,15 @@
 
 #include <FLAC/metadata.h>
 
+#include "base/handle.h"
+
 namespace auspool::platform {
 namespace {
 
 constexpr std::uint32_t kLargestBlock = (1u << 24) - 1;  // a block's length has 24 bits
 
-template <auto kDelete>
-struct DeleteWith {
-  template <typename T>
-  void operator()(T *object) const {
-    kDelete(object);
-  }
-};
-using Chain = std::unique_ptr<FLAC__Metadata_Chain, DeleteWith<FLAC__metadata_chain_delete>>;
-using Iterator = std::unique_ptr<FLAC__Metadata_Iterator, DeleteWith<FLAC__metadata_iterator_delete>>;
+using Chain = std::unique_ptr<FLAC__Metadata_Chain, DestroyWith<FLAC__metadata_chain_delete>>;
+using Iterator = std::unique_ptr<FLAC__Metadata_Iterator, DestroyWith<FLAC__metadata_iterator_delete>>;
 
 FLAC__StreamMetadata *object(void *block) {
   return static_cast<FLAC__StreamMetadata *>(block);
