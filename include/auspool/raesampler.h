@@ -68,7 +68,8 @@ enum {
 /* Flags, combined with the quality by |. */
 enum {
   RAESAMPLER_FLAG_DRIFT = 0x100,         /* a drift correction stage in front: raesampler_set_drift_ratio */
-  RAESAMPLER_FLAG_SDM = 0x200,           /* plan block transforms, for very high rates going down */
+  RAESAMPLER_FLAG_SDM = 0x200,           /* block transforms, for very high rates going down: none are
+                                          * planned yet, so null unless a ready chain serves the rates */
   RAESAMPLER_FLAG_MINIMUM_PHASE = 0x400, /* minimum-phase filters: no ringing ahead of a transient */
   RAESAMPLER_FLAG_LOW_LATENCY = 0x800    /* long filters in small partitions instead of large blocks */
 };
@@ -83,8 +84,10 @@ enum {
  * rate_tolerance: 0 for the exact ratio; above 0 a ratio of small numbers within that distance may
  *   stand for it, which makes chains shorter.
  *
- * Equal rates without drift give a raesampler that copies. Filters are designed here: microseconds
- * for the short ones of RaesamplerQualityRealTime, milliseconds for long ones, with allocations.
+ * Equal rates without drift give a raesampler that copies. Filters are designed here, with
+ * allocations: microseconds for the short ones of RaesamplerQualityRealTime, milliseconds for long
+ * ones. A ratio of two large numbers, 44100 to 44101, costs up to a second and hundreds of
+ * megabytes at high qualities; rate_tolerance avoids that.
  * Null for an argument out of range, for rates that no chain is known for, and when memory is short.
  */
 AUSPOOL_API raesampler *raesampler_create(int32_t flags, int32_t channels, double *actual_ratio,

@@ -9,9 +9,8 @@
 //
 //   AllocationFailer nth(n);      // the n-th allocation of any kind on this thread fails
 //
-//   run_without_system_calls(f);  // runs f on a thread of its own on which the kernel itself refuses system calls
-//   other
-//                                 // than a semaphore's post
+//   run_without_system_calls(f);  // runs f on a thread of its own, on which the kernel itself refuses
+//                                 // system calls other than a semaphore's post
 //
 // The watch sees calls from our own objects and from this program; what another library does inside
 // is seen by run_without_system_calls alone.
