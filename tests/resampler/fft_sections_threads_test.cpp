@@ -1,6 +1,8 @@
 // Blocks that threads share: the same output and the same state as one thread leaves.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "resampler/stage.h"
 #include "support/fft_stage.h"
 #include "support/host_stream.h"
@@ -29,6 +31,17 @@ std::vector<double> line_of(const Stage &stage) {
   return {state.line.get(), state.line.get() + state.fill};
 }
 
+// How many sections of the stage have had audio in their lines.
+int sections_run(const Stage &stage) {
+  const fft_polyphase &state = plain_state(stage);
+  int run = 0;
+  for (std::int32_t i = 0; i < state.threads; ++i) {
+    const double *const line = state.line.get() + std::ptrdiff_t{i} * state.line_stride;
+    run += std::any_of(line, line + state.shape.line_length(), [](double sample) { return sample != 0; });
+  }
+  return run;
+}
+
 }  // namespace
 
 TEST(FftSections, SplitAndWholeRunsAreTheSame) {
@@ -48,11 +61,60 @@ TEST(FftSections, SplitAndWholeRunsAreTheSame) {
 TEST(FftSections, NoMoreThreadsRunThanAreAskedFor) {
   const stage_spec spec = fft_spec(3, 1, 561);
   const auto in = random_samples<float>(60000, 2);
-  Stage alone(spec, 4), together(spec, 4, 1, 0, 4);
+  Stage alone(spec, 4);
   const auto expected = run(alone, in, 60000, 1);
-  EXPECT_EQ(run(together, in, 60000, 2), expected);
-  together->reset(together.state(), 0);
-  EXPECT_EQ(run(together, in, 60000, 1), expected);
+  for (const std::int32_t threads : {1, 2, 3, 4}) {
+    Stage together(spec, 4, 1, 0, 4);
+    EXPECT_EQ(run(together, in, 60000, threads), expected);
+    EXPECT_EQ(sections_run(together), threads);
+  }
+  for (const std::int32_t threads : {-1, 0}) {
+    Stage together(spec, 4, 1, 0, 4);
+    EXPECT_EQ(run(together, in, 60000, threads), expected);
+    EXPECT_EQ(sections_run(together), 1);
+  }
+}
+
+// A section that gets less than two lines costs more than it gains.
+TEST(FftSections, ShortBlocksStayWhole) {
+  const stage_spec spec = fft_spec(3, 1, 561);
+  for (const std::int32_t threads : {2, 3}) {
+    for (const std::int32_t less : {0, 1}) {
+      Stage stage(spec, 4, 1, 0, threads);
+      const fft_polyphase &state = plain_state(stage);
+      const std::int32_t least = threads * (2 * state.shape.line_length() - state.shape.keep()) - state.fill;
+      const auto in = random_samples<float>(static_cast<std::size_t>(least - less), 4);
+      run(stage, in, least - less, threads);
+      EXPECT_EQ(sections_run(stage), less == 0 ? threads : 1) << threads;
+    }
+  }
+}
+
+TEST(FftSections, WorkOfAStageHasItsThreads) {
+  for (const std::int32_t threads : {-5, 0, 1, 3, 1000}) {
+    Stage stage(fft_spec(3, 1, 99), 4, 1, 0, threads);
+    const std::int32_t expected = std::clamp(threads, 1, plain_state(stage).threads);
+    EXPECT_EQ(static_cast<fft_polyphase_work *>(stage->work)->thread_count, expected) << threads;
+    EXPECT_LE(expected, 64);
+    EXPECT_TRUE(threads > 3 || expected == std::max(threads, 1)) << threads;
+  }
+}
+
+// Sections begin where their strides say.
+TEST(FftSections, InterleavedAudioIsSplitTheSame) {
+  const stage_spec spec = fft_spec(3, 1, 561);
+  const auto in = random_samples<double>(2 * 30000, 5);
+  const auto convert = [&](std::int32_t threads) {
+    Stage stage(spec, 8, 1, 0, threads);
+    std::vector<double> out(2 * 4 * in.size());
+    const std::int32_t made =
+        stage->process(stage.state(), stage->shared, stage->work, in.data(), 2, out.data(), 2, 30000, threads);
+    out.resize(2 * static_cast<std::size_t>(made));
+    return out;
+  };
+  const auto alone = convert(1);
+  EXPECT_GT(alone.size(), 2u * 80000);
+  EXPECT_EQ(convert(3), alone);
 }
 
 // A thread that cannot be had is no failure.
