@@ -1,6 +1,7 @@
 // The receiver: one thread takes packets from the network and queues them, another is the output.
 #include <auspool/auclock.h>
 #include <auspool/aupacketplayer.h>
+#include <auspool/auplayer.h>
 #include <sndfile.h>
 
 #include <atomic>
@@ -12,6 +13,7 @@
 
 #include "common/command_line.h"
 #include "common/console.h"
+#include "common/device.h"
 #include "packets/settings.h"
 #include "packets/wire.h"
 
@@ -37,13 +39,11 @@ public:
       : settings_(settings),
         console_(console),
         rate_(settings.rate > 0 ? settings.rate : first.head.rate),
-        player_(aupacketplayer_create(4096, log, this, static_cast<float>(first.head.rate)), aupacketplayer_destroy),
+        player_(aupacketplayer_create(4096, settings.out.empty() ? nullptr : log, this,
+                                      static_cast<float>(first.head.rate)),
+                aupacketplayer_destroy),
         socket_(socket) {
     if (!player_) throw std::bad_alloc();
-    aupacketplayer_callbacks output = {};
-    output.context = this;
-    output.get_latency = [](void *self) { return static_cast<Receiver *>(self)->due_ - au_now(); };
-    aupacketplayer_set_callbacks(player_.get(), output);
     take(first);
   }
 
@@ -53,7 +53,7 @@ public:
         if (const auto packet = socket_.receive()) take(*packet);
     });
     try {
-      write_file();
+      settings_.out.empty() ? play() : write_file();
     } catch (...) {
       done_ = true;
       network.join();
@@ -78,6 +78,27 @@ private:
     ++received_;
   }
 
+  // The device's own thread asks for the audio, so this one has only to look on.
+  void play() {
+    aupacketplayer_set_auplayer_callbacks(player_.get());
+    auto *const output = static_cast<auplayer *>(aupacketplayer_get_callbacks(player_.get()).context);
+    if (!output) throw std::bad_alloc();
+    AuPlayerOptions options = auplayer_options(output);
+    options.device = settings_.device;
+    options.io_buffer_frames = static_cast<std::uint32_t>(settings_.block);
+    auplayer_set_options(output, &options);
+    const std::int32_t status = aupacketplayer_start(player_.get());
+    if (status == AUPLAYER_NO_DEFAULT_DEVICE) throw std::runtime_error("there is no default output device");
+    if (status != 0) throw std::runtime_error("the device does not start" + example::status_text(status));
+    console_.complain("playing on " + example::device_name(auplayer_device(output)));
+    const double start = au_now();
+    for (due_ = start; !is_over(); due_ = au_now()) {
+      tell_status(due_ - start);
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    aupacketplayer_stop(player_.get());
+  }
+
   // A file in place of a device: frame k is heard at a given time, however late this thread gets to make it.
   void write_file() {
     SF_INFO info = {};
@@ -87,9 +108,12 @@ private:
     const std::unique_ptr<SNDFILE, int (*)(SNDFILE *)> file(sf_open(settings_.out.c_str(), SFM_WRITE, &info), sf_close);
     if (!file) throw std::runtime_error(settings_.out + ": " + sf_strerror(nullptr));
     std::vector<float> block(2 * static_cast<std::size_t>(settings_.block));
+    aupacketplayer_callbacks output = {};
+    output.context = this;
+    output.get_latency = [](void *self) { return static_cast<Receiver *>(self)->due_ - au_now(); };
+    aupacketplayer_set_callbacks(player_.get(), output);
     aupacketplayer_start(player_.get());
     const double start = au_now();
-    double next_status = start;
     for (due_ = start; !is_over(); due_ = start + static_cast<double>(written_) / rate_) {
       std::this_thread::sleep_for(std::chrono::duration<double>(due_ - au_now()));
       aupacketplayer_get_frames(player_.get(), block.data(), settings_.block, static_cast<float>(rate_));
@@ -97,8 +121,6 @@ private:
         throw std::runtime_error(settings_.out + ": " + sf_strerror(file.get()));
       }
       written_ += settings_.block;
-      if (due_ < next_status) continue;
-      next_status += kStatusEvery;
       tell_status(due_ - start);
     }
   }
@@ -112,6 +134,8 @@ private:
   aupacketplayer_status status() const { return aupacketplayer_get_status(player_.get()); }
 
   void tell_status(double seconds) {
+    if (seconds < next_status_) return;
+    next_status_ += kStatusEvery;
     const aupacketplayer_status now = status();
     if (settings_.json) {
       console_.say(nlohmann::ordered_json{{"seconds", seconds},
@@ -135,7 +159,7 @@ private:
       console_.say(nlohmann::ordered_json{{"received", received_.load()}, {"lost", lost}, {"frames", written_}});
     } else {
       console_.say("packets: " + std::to_string(received_) + ", lost: " + std::to_string(lost) +
-                   ", frames written: " + std::to_string(written_));
+                   (settings_.out.empty() ? "" : ", frames written: " + std::to_string(written_)));
     }
     if (!ended) console_.complain("the sender did not say that it was done");
     return ended ? 0 : 1;
@@ -161,6 +185,7 @@ private:
   std::atomic<double> last_ = 0;  // when the last packet came
   std::atomic<double> end_ = 0;   // when the stream is over
   double due_ = 0;                // when the block being made is heard
+  double next_status_ = 0;        // seconds
   std::int64_t written_ = 0;      // frames
 };
 

@@ -1,6 +1,7 @@
 // What the command line of auspool-packets says.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace packets {
@@ -18,7 +19,8 @@ struct SendSettings {
 };
 
 struct ReceiveSettings {
-  std::string out;
+  std::string out;  // empty for a device
+  std::uint32_t device = 0;
   int port = 47100;
   int block = 512;   // frames that the output asks for at a time
   double rate = 0;   // Hz of the output; 0 for that of the packets

@@ -27,9 +27,9 @@
  *   finite and above 0; for an output rate a thousand times off there is silence.
  * - Threads. aupacketplayer_play and aupacketplayer_flush are for any thread that is not a real-time thread.
  *   aupacketplayer_get_frames is for one thread, which may be a real-time thread. aupacketplayer_get_status and the
- *   three settings are for any thread. All else is for the control thread; aupacketplayer_set_callbacks and
- *   aupacketplayer_destroy want nobody in aupacketplayer_get_frames but an output that the `destroy` of its callbacks
- *   ends.
+ *   three settings are for any thread. All else is for the control thread; aupacketplayer_set_callbacks,
+ *   aupacketplayer_set_auplayer_callbacks and aupacketplayer_destroy want nobody in aupacketplayer_get_frames but an
+ *   output that the `destroy` of its callbacks ends.
  * - A player passed to these functions must not be null; aupacketplayer_destroy alone accepts null.
  *
  * What the host has to see to
@@ -118,6 +118,12 @@ AUSPOOL_API void aupacketplayer_destroy(aupacketplayer *player);
 /* Gives the player another output, after ending the one it has. */
 AUSPOOL_API void aupacketplayer_set_callbacks(aupacketplayer *player, aupacketplayer_callbacks callbacks);
 AUSPOOL_API aupacketplayer_callbacks aupacketplayer_get_callbacks(const aupacketplayer *player);
+
+/* Makes a device player of the first generation (auspool/auplayer.h) the output, which starts and stops with the packet
+ * player and asks for frames on the device's thread. It is the context of aupacketplayer_get_callbacks: a host may
+ * choose its device by auplayer_set_options, and ask for its state; it belongs to the packet player. If there is no
+ * memory for it the context is null, and aupacketplayer_start gives AUDEVICE_NO_MEMORY. */
+AUSPOOL_API void aupacketplayer_set_auplayer_callbacks(aupacketplayer *player);
 
 /* Settings, followed at the next aupacketplayer_get_frames that sees them.
  * Whether gaps of 301 to 44099 frames between packets become silence of that length; on at first. Shorter gaps, longer

@@ -18,8 +18,8 @@ TEST_F(PacketPlayerDeathTest, APacketLongerThanTheSampleBuffer) {
 TEST_F(PacketPlayer, APacketThatFillsTheSampleBufferIsPlayedWhole) {
   aupacketplayer_start(player_);
   play(81920, kStart);
-  EXPECT_EQ(stretches_of(get(1000)), (Stretches{{0, 2}, {1, 998}}));
-  EXPECT_EQ(stretches_of(get(81000)), (Stretches{{1, 80922}, {0, 78}}));
+  EXPECT_EQ(held_values_of(get(1000)), (HeldValues{{0, 2}, {1, 998}}));
+  EXPECT_EQ(held_values_of(get(81000)), (HeldValues{{1, 80922}, {0, 78}}));
 }
 
 TEST_F(PacketPlayerDeathTest, AudioThatIsLeftOverWhereAPacketStarts) {

@@ -9,7 +9,7 @@ namespace {
 TEST_F(PacketPlayer, PlaysPacketsInTheOrderOfTheirTimestampsNotOfTheirArrival) {
   aupacketplayer_start(player_);
   for (const int i : {2, 0, 3, 1}) play(100, kStart + i * 100 / 44100.0, static_cast<float>(i + 1));
-  EXPECT_EQ(stretches_of(get(402)), (Stretches{{0, 2}, {1, 100}, {2, 100}, {3, 100}, {4, 100}}));
+  EXPECT_EQ(held_values_of(get(402)), (HeldValues{{0, 2}, {1, 100}, {2, 100}, {3, 100}, {4, 100}}));
 }
 
 TEST_F(PacketPlayer, OrdersNodesByTimestamp) {
@@ -50,7 +50,7 @@ TEST_F(PacketPlayer, OfEqualTimestampsTheFirstQueuedIsPlayedAndTheOtherSkipped) 
   aupacketplayer_start(player_);
   play(10, kStart, 1.0f);
   play(10, kStart, 2.0f);
-  EXPECT_EQ(stretches_of(get(15)), (Stretches{{0, 2}, {1, 10}, {0, 3}}));
+  EXPECT_EQ(held_values_of(get(15)), (HeldValues{{0, 2}, {1, 10}, {0, 3}}));
   EXPECT_EQ(logged(), (Lines{"1 switching to playback state node:100.000000 playback:100.000000", "1 Empty buffer!"}));
 }
 
@@ -87,7 +87,7 @@ TEST_F(PacketPlayer, AFlushDropsWhatIsHeldAndWaitsForTheNextPacketsTime) {
   get(50);
   EXPECT_EQ(player_->sample_buffer_count, 50);
   aupacketplayer_flush(player_);
-  EXPECT_EQ(stretches_of(get(50)), (Stretches{{1, 2}, {0, 48}}));  // two frames were in the converter
+  EXPECT_EQ(held_values_of(get(50)), (HeldValues{{1, 2}, {0, 48}}));  // two frames were in the converter
   EXPECT_EQ(logged(), Lines{"3 flushing buffered audio"});
   EXPECT_EQ(state(), State::buffering);
   EXPECT_EQ(player_->sample_buffer_count, 0);

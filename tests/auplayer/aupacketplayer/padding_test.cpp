@@ -11,19 +11,19 @@ constexpr double kHair = 1e-4;  // frames
 class Gaps : public PacketPlayer {
 protected:
   // What comes out after the first packet when the second leaves a gap, from the first frame that is not of the first.
-  Stretches play_with_gap(double frames) {
+  HeldValues play_with_gap(double frames) {
     aupacketplayer_start(player_);
     play(1000, kStart, 1.0f);
     play(1000, kStart + static_cast<double>(1000.0f / 44100.0f) + (frames + kHair) / kRate, 2.0f);
-    Stretches runs = stretches_of(get(1200));
-    EXPECT_EQ(runs.at(0), (Stretch{0, 2}));
-    EXPECT_EQ(runs.at(1), (Stretch{1, 1000}));
+    HeldValues runs = held_values_of(get(1200));
+    EXPECT_EQ(runs.at(0), (HeldValue{0, 2}));
+    EXPECT_EQ(runs.at(1), (HeldValue{1, 1000}));
     runs.erase(runs.begin(), runs.begin() + 2);
     return runs;
   }
 };
 
-const Stretches kNoPadding = {{2, 198}};
+const HeldValues kNoPadding = {{2, 198}};
 
 TEST_F(Gaps, Of300FramesAreNotPadded) {
   EXPECT_EQ(play_with_gap(300), kNoPadding);
@@ -35,14 +35,14 @@ TEST_F(Gaps, AreTruncatedToWholeFrames) {
 }
 
 TEST_F(Gaps, Of301FramesBecome301FramesOfSilence) {
-  EXPECT_EQ(play_with_gap(301), (Stretches{{0, 198}}));
+  EXPECT_EQ(play_with_gap(301), (HeldValues{{0, 198}}));
   EXPECT_EQ(player_->skip_derivative, 1u);
-  EXPECT_EQ(stretches_of(get(200)), (Stretches{{0, 301 - 198}, {2, 97}}));
+  EXPECT_EQ(held_values_of(get(200)), (HeldValues{{0, 301 - 198}, {2, 97}}));
 }
 
 TEST_F(Gaps, Of44099FramesBecomeAsMuchSilence) {
-  EXPECT_EQ(play_with_gap(44099.9 - kHair), (Stretches{{0, 198}}));
-  EXPECT_EQ(stretches_of(get(44000)), (Stretches{{0, 44099 - 198}, {2, 99}}));
+  EXPECT_EQ(play_with_gap(44099.9 - kHair), (HeldValues{{0, 198}}));
+  EXPECT_EQ(held_values_of(get(44000)), (HeldValues{{0, 44099 - 198}, {2, 99}}));
 }
 
 TEST_F(Gaps, Of44100FramesAreNotPadded) {
@@ -68,7 +68,7 @@ TEST_F(Gaps, AreCountedInFramesAtAnyRate) {
     aupacketplayer_start(player_);
     play(1000, kStart, 1.0f);
     play(1000, kStart + static_cast<double>(1000.0f / 88200.0f) + (frames + kHair) / 88200.0, 2.0f);
-    EXPECT_EQ(stretches_of(get(1010, 88200.0f)).back().value, padded ? 0.0f : 2.0f) << frames;
+    EXPECT_EQ(held_values_of(get(1010, 88200.0f)).back().value, padded ? 0.0f : 2.0f) << frames;
   }
 }
 
@@ -80,7 +80,7 @@ TEST_F(Gaps, AreUnknownAfterTheSwitchToPlayback) {
   EXPECT_NE(player_->next_timestamp, 0.0);  // a flush leaves it
   clock_.move(0.5);
   play(1000, kStart + 0.5, 2.0f);  // 21050 frames later, and due
-  EXPECT_EQ(stretches_of(get(100)), (Stretches{{1, 2}, {2, 98}}));
+  EXPECT_EQ(held_values_of(get(100)), (HeldValues{{1, 2}, {2, 98}}));
 }
 
 // A clock that has just begun: unknown is not the time 0.
@@ -88,14 +88,14 @@ TEST_F(Gaps, AreUnknownBeforeTheFirstPacketWhateverTheClockSays) {
   clock_.ticks = 500'000'000;
   aupacketplayer_start(player_);
   play(1000, 0.5);
-  EXPECT_EQ(stretches_of(get(100)), (Stretches{{0, 2}, {1, 98}}));
+  EXPECT_EQ(held_values_of(get(100)), (HeldValues{{0, 2}, {1, 98}}));
 }
 
 // Padding ends a gap: the packet behind it is expected when it comes.
 TEST_F(Gaps, ArePaddedOnce) {
   play_with_gap(400);
   get(402);
-  EXPECT_EQ(stretches_of(get(500)), (Stretches{{2, 500}}));
+  EXPECT_EQ(held_values_of(get(500)), (HeldValues{{2, 500}}));
 }
 
 // The controller does not take the jump for drift.
@@ -123,7 +123,7 @@ TEST_F(Gaps, LongerThanACallAreFilledOverSeveral) {
     const auto block = get_and_move(441);
     all.insert(all.end(), block.begin(), block.end());
   }
-  EXPECT_EQ(stretches_of(all), (Stretches{{0, 2}, {1, 100}, {0, 2000}, {2, 100}, {0, 3}}));
+  EXPECT_EQ(held_values_of(all), (HeldValues{{0, 2}, {1, 100}, {0, 2000}, {2, 100}, {0, 3}}));
 }
 
 }  // namespace

@@ -86,22 +86,22 @@ private:
   Lines log_;
 };
 
-// Stretches of a value in a signal.
-struct Stretch {
+// HeldValues of a value in a signal.
+struct HeldValue {
   float value;
   std::size_t frames;
-  bool operator==(const Stretch &) const = default;
+  bool operator==(const HeldValue &) const = default;
 };
-using Stretches = std::vector<Stretch>;
-inline Stretches stretches_of(const std::vector<float> &signal) {
-  Stretches result;
+using HeldValues = std::vector<HeldValue>;
+inline HeldValues held_values_of(const std::vector<float> &signal) {
+  HeldValues result;
   for (const float value : signal) {
     if (result.empty() || result.back().value != value) result.push_back({value, 0});
     ++result.back().frames;
   }
   return result;
 }
-inline void PrintTo(const Stretch &run, std::ostream *out) {
+inline void PrintTo(const HeldValue &run, std::ostream *out) {
   *out << run.frames << " frames of " << run.value;
 }
 

@@ -117,7 +117,7 @@ TEST_F(PacketPlayer, RatesThatMakeNoSenseGiveNoHarm) {
   get(512);
   play(1000, kStart + 1);
   clock_.move(1);
-  EXPECT_EQ(stretches_of(get(512)).back().value, 1.0f);
+  EXPECT_EQ(held_values_of(get(512)).back().value, 1.0f);
 }
 
 }  // namespace

@@ -16,14 +16,14 @@ double keep(double remaining) {
 
 TEST_F(PacketPlayer, GivesSilenceAndLogsNothingWhileItWaits) {
   aupacketplayer_start(player_);
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(stretches_of(get_and_move(512)), (Stretches{{0, 512}}));
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(held_values_of(get_and_move(512)), (HeldValues{{0, 512}}));
   EXPECT_EQ(logged(), Lines{});
   EXPECT_EQ(state(), State::buffering);
 }
 
 TEST_F(PacketPlayer, TakesPacketsAndGivesSilenceUntilItIsStarted) {
   play(100, kStart);
-  EXPECT_EQ(stretches_of(get_and_move(512)), (Stretches{{0, 512}}));
+  EXPECT_EQ(held_values_of(get_and_move(512)), (HeldValues{{0, 512}}));
   EXPECT_TRUE(has_packet(*player_));
   EXPECT_EQ(state(), State::created);
   EXPECT_EQ(logged(), Lines{});
@@ -36,7 +36,7 @@ TEST_F(PacketPlayer, BeginsWhenThePlayingTimeReachesTheFirstPacketToTheMicroseco
   get(100);
   EXPECT_EQ(state(), State::buffering);
   clock_.move(kMicrosecond);
-  EXPECT_EQ(stretches_of(get(100)), (Stretches{{0, 2}, {1, 98}}));
+  EXPECT_EQ(held_values_of(get(100)), (HeldValues{{0, 2}, {1, 98}}));
   EXPECT_EQ(state(), State::playback);
   EXPECT_EQ(logged(), Lines{"1 switching to playback state node:100.250000 playback:100.250000"});
 }
@@ -104,7 +104,7 @@ TEST_F(PacketPlayer, APacketFortyMillisecondsAheadIsLeftToTheController) {
   play(5000, kStart + 0.04);
   const auto output = get(1000);
   EXPECT_EQ(state(), State::playback);
-  EXPECT_EQ(stretches_of(output).back().value, 1.0f);
+  EXPECT_EQ(held_values_of(output).back().value, 1.0f);
   EXPECT_NEAR(player_->offset, (1.0 - keep(1000)) * 0.04, 1e-12);
   EXPECT_EQ(logged(), Lines{});
 }
@@ -115,7 +115,7 @@ TEST_F(PacketPlayer, ASmoothedOffsetAboveFiftyMillisecondsFallsBackToBuffering) 
   const double timestamp = kStart + 10;
   play(5000, timestamp);
   player_->offset = 0.05 - 1e-4;
-  EXPECT_EQ(stretches_of(get(1000)).back(), (Stretch{0, 998}));
+  EXPECT_EQ(held_values_of(get(1000)).back(), (HeldValue{0, 998}));
   EXPECT_EQ(state(), State::buffering);
   EXPECT_EQ(player_->offset, 0.0);
   EXPECT_EQ(player_->next_timestamp, 0.0);
@@ -157,7 +157,7 @@ TEST_F(PacketPlayer, ThrowsAwayWhatIsTooLateAndGoesOnFromThere) {
   player_->offset = -0.051;
   const auto output = get(50);
   EXPECT_EQ(logged(), Lines{"1 Throwing away packets to catch up"});
-  EXPECT_EQ(stretches_of(output), (Stretches{{1, 2}, {5, 48}}));  // the one that is due now
+  EXPECT_EQ(held_values_of(output), (HeldValues{{1, 2}, {5, 48}}));  // the one that is due now
   EXPECT_EQ(player_->last_timestamp, kStart + 1.0);
   EXPECT_EQ(state(), State::playback);
 }
@@ -182,7 +182,7 @@ TEST_F(PacketPlayer, ThrowingAwayEverythingLeavesThePlayerEmpty) {
   play(100, kStart + 0.5);
   play(100, kStart + 0.75);
   player_->offset = -0.06;
-  EXPECT_EQ(stretches_of(get(200)).back(), (Stretch{0, 198}));
+  EXPECT_EQ(held_values_of(get(200)).back(), (HeldValue{0, 198}));
   EXPECT_EQ(logged(), (Lines{"1 Throwing away packets to catch up", "1 Empty buffer!"}));
   EXPECT_EQ(state(), State::empty);
   EXPECT_EQ(player_->offset, 0.0);
@@ -205,13 +205,13 @@ TEST_F(PacketPlayer, CanThrowAwayAndFallBackInOneCall) {
 TEST_F(PacketPlayer, RunsEmptyOnceAndGoesOnWithoutWaitingForTheTimestamp) {
   aupacketplayer_set_pads_missing_audio(player_, 0);
   begin(100);
-  EXPECT_EQ(stretches_of(get_and_move(512)), (Stretches{{0, 2}, {1, 100}, {0, 410}}));
+  EXPECT_EQ(held_values_of(get_and_move(512)), (HeldValues{{0, 2}, {1, 100}, {0, 410}}));
   EXPECT_EQ(logged(), Lines{"1 Empty buffer!"});
   EXPECT_EQ(state(), State::empty);
   get_and_move(512);
   EXPECT_EQ(logged(), Lines{});
   play(100, now() + 0.04, 2.0f);
-  EXPECT_EQ(stretches_of(get(100)), (Stretches{{0, 2}, {2, 98}}));
+  EXPECT_EQ(held_values_of(get(100)), (HeldValues{{0, 2}, {2, 98}}));
   EXPECT_EQ(state(), State::playback);
 }
 
@@ -239,7 +239,7 @@ TEST_F(PacketPlayer, RunsEmptyWithTheHeapAlsoWhenNothingIsWanted) {
   begin(100);
   get(50);
   EXPECT_EQ(logged(), Lines{});
-  EXPECT_EQ(stretches_of(get(50)), (Stretches{{1, 50}}));
+  EXPECT_EQ(held_values_of(get(50)), (HeldValues{{1, 50}}));
   EXPECT_EQ(state(), State::empty);
   EXPECT_EQ(logged(), Lines{"1 Empty buffer!"});
   EXPECT_EQ(player_->sample_buffer_count, 0);
