@@ -26,7 +26,7 @@ struct Metronome {
 
   Timer timer;
   double period = 256 / 44100.0 / 8;
-  int wanted = 0;
+  std::atomic<int> wanted = 0;
   std::atomic<int> ticks = 0;
   std::vector<std::uint64_t> due;
 };
