@@ -46,6 +46,16 @@ public:
   void listen();
   void stop_listening();
 
+  // ---- What devices call; so may any other source of passes and changes ----
+  static platform::DeviceStatus hw_listener_proc(platform::ObjectId, std::uint32_t count,
+                                                 const platform::PropertyAddress *addresses, void *self);
+  static platform::DeviceStatus device_listener_proc(platform::ObjectId device, std::uint32_t count,
+                                                     const platform::PropertyAddress *addresses, void *self);
+  static platform::DeviceStatus device_io_proc(platform::ObjectId, const platform::TimeStamp *now,
+                                               const platform::BufferList *, const platform::TimeStamp *,
+                                               platform::BufferList *output, const platform::TimeStamp *output_time,
+                                               void *self);
+
   platform::AudioDevices devices;
   platform::IoProcId io_proc_id = 0;
   AuPlayerOptions options = {};
@@ -110,15 +120,6 @@ private:
   void smooth_latency(float measure);
   void pass(const ChannelDescriptor (&channels)[2], std::uint32_t frames);
   std::int32_t make_part(float *interleaved, std::int32_t frames);
-
-  static platform::DeviceStatus hw_listener_proc(platform::ObjectId, std::uint32_t count,
-                                                 const platform::PropertyAddress *addresses, void *self);
-  static platform::DeviceStatus device_listener_proc(platform::ObjectId device, std::uint32_t count,
-                                                     const platform::PropertyAddress *addresses, void *self);
-  static platform::DeviceStatus device_io_proc(platform::ObjectId, const platform::TimeStamp *now,
-                                               const platform::BufferList *, const platform::TimeStamp *,
-                                               platform::BufferList *output, const platform::TimeStamp *output_time,
-                                               void *self);
 };
 
 // Counts the begins and ends of one generation, and lets the computer sleep between the first and the last.

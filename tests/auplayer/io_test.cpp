@@ -328,6 +328,40 @@ TYPED_TEST(PlayerIo, WithoutValidStampsTheMeasureIs0AndTheLatencyHalves) {
   EXPECT_EQ(TypeParam::device_latency(this->player), measured / 4);
 }
 
+// A pass by hand, without a buffer to fill.
+float latency_after(Player &player, const platform::TimeStamp *now, const platform::TimeStamp *output) {
+  player.latency = 0.0f;
+  EXPECT_EQ(Player::device_io_proc(2, now, nullptr, nullptr, nullptr, output, &player), 0);
+  return player.latency;
+}
+
+TYPED_TEST(PlayerIo, TheLatencyIsSignedAndNeedsBothStampsWithTheirHostTimes) {
+  using platform::TimeStamp;
+  const TimeStamp early{0, 1000000000, TimeStamp::kHostTimeValid}, late{0, 1250000000, TimeStamp::kHostTimeValid};
+  const TimeStamp invalid{0, 1250000000, TimeStamp::kSampleTimeValid};
+  Player &one = *this->player;
+  EXPECT_FLOAT_EQ(latency_after(one, &early, &late), 0.25f);
+  EXPECT_FLOAT_EQ(latency_after(one, &late, &early), -0.25f);
+  EXPECT_EQ(latency_after(one, &early, &early), 0.0f);
+  EXPECT_EQ(latency_after(one, &early, &invalid), 0.0f);
+  EXPECT_EQ(latency_after(one, &invalid, &late), 0.0f);
+  EXPECT_EQ(latency_after(one, nullptr, &late), 0.0f);
+  EXPECT_EQ(latency_after(one, &early, nullptr), 0.0f);
+}
+
+TYPED_TEST(PlayerIo, APassWithoutAPlayerIsNothing) {
+  EXPECT_EQ(Player::device_io_proc(2, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
+}
+
+TYPED_TEST(PlayerIo, TheRateOfADeviceThatItHasLeftIsNotItsRate) {
+  this->start_on(kInterleaved);
+  ausim_device other = output_device(kInterleaved);
+  other.rate = 96000;
+  const std::uint32_t left = this->devices.add(other);
+  Player::device_listener_proc(left, 1, &platform::kNominalRate, static_cast<Player *>(this->player));
+  EXPECT_EQ(this->player->device_rate, 44100.0f);
+}
+
 // ---- Memory and real time ----
 
 TYPED_TEST(PlayerIo, IsFitForTheRealTimeThread) {
