@@ -11,6 +11,8 @@
 
 #include "common/audio_input.h"
 #include "common/command_line.h"
+#include "common/device.h"
+#include "meter/capture_input.h"
 #include "meter/display.h"
 #include "meter/history.h"
 #include "meter/picture.h"
@@ -22,6 +24,10 @@ using example::AudioInput;
 using meter::Moment;
 using meter::Settings;
 using nlohmann::ordered_json;
+
+std::string title_of(const Settings &settings) {
+  return settings.capture ? settings.input : std::filesystem::path(settings.input).filename().string();
+}
 
 double hundredths(double value) {
   return std::round(value * 100) / 100 + 0.0;  // never -0
@@ -44,16 +50,17 @@ void print(const Moment &m) {
          {"spectrum", spectrum}});
 }
 
-// Shows every moment of the input, and returns what there was.
-meter::History measure(AudioInput &input, meter::Measurement &measurement, const Settings &settings) {
+// Shows every moment of the input, and returns what there was. A file is shown in its own time, a device has it.
+template <typename Input>
+meter::History measure(Input &input, meter::Measurement &measurement, const Settings &settings) {
   meter::History history;
-  meter::Display display(std::filesystem::path(settings.input).filename(), input.seconds(), measurement);
+  meter::Display display(title_of(settings), input.seconds(), measurement);
   const bool draws = !settings.json && isatty(STDOUT_FILENO) == 1;
   auto due = std::chrono::steady_clock::now();
   std::vector<float> left, right;
   while (const int frames = example::interrupted() ? 0 : input.read(measurement.block_frames())) {
     due += std::chrono::nanoseconds(std::llround(frames * 1e9 / static_cast<double>(input.rate())));
-    if (!settings.fast) std::this_thread::sleep_until(due);
+    if (!settings.fast && !settings.capture) std::this_thread::sleep_until(due);
     left = input.left(), right = input.right();
     const Moment moment = measurement.take({left.data(), right.data()}, frames);
     history.add(moment);
@@ -63,12 +70,12 @@ meter::History measure(AudioInput &input, meter::Measurement &measurement, const
   return history;
 }
 
-void report(const meter::History &history, const AudioInput &input, const Settings &settings) {
+void report(const meter::History &history, float rate, const Settings &settings) {
   const Moment &highest = history.highest();
   if (settings.json) {
     print({{"path", settings.input},
-           {"rate", input.rate()},
-           {"frames", std::llround(highest.seconds * static_cast<double>(input.rate()))},
+           {"rate", rate},
+           {"frames", std::llround(highest.seconds * static_cast<double>(rate))},
            {"seconds", highest.seconds},
            {"peak_db", hundredths(highest.peak)},
            {"rms_db", hundredths(highest.rms)},
@@ -99,17 +106,26 @@ private:
   std::ofstream file_;
 };
 
-int run(const Settings &settings) {
-  if (settings.capture) throw std::runtime_error("this version of the library cannot capture from devices");
-  AudioInput input(settings.input);
+template <typename Input>
+int run(Input &input, const Settings &settings) {
   std::optional<Output> svg;
   if (!settings.svg.empty()) svg.emplace(settings.svg);
   meter::Measurement measurement(input.rate(), settings.falloff, settings.fast);
   const meter::History history = measure(input, measurement, settings);
   if (history.columns().empty()) throw std::runtime_error(settings.input + ": there is no audio in it");
-  if (svg) svg->write(meter::picture_of(history, measurement, std::filesystem::path(settings.input).filename()));
-  report(history, input, settings);
+  if (svg) svg->write(meter::picture_of(history, measurement, title_of(settings)));
+  report(history, input.rate(), settings);
   return 0;
+}
+
+int run(const Settings &settings) {
+  if (settings.capture) {
+    example::choose_backend(settings.backend);
+    meter::CaptureInput input;
+    return run(input, settings);
+  }
+  AudioInput input(settings.input);
+  return run(input, settings);
 }
 
 }  // namespace

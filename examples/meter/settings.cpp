@@ -14,7 +14,8 @@ clipped.
   --json           prints a line of JSON for each twentieth of a second: seconds, peak_db, rms_db, clip (left and right),
                    spectrum (bands of equal ratio up to half the sample rate, 0 at -80 dB to 1 at 0); at the end one with
                    path, rate, frames, seconds, peak_db, rms_db, clip
-  --capture        measures what a device captures rather than a file
+  --capture        measures what the system's default input hears rather than a file, until an interrupt
+  --backend NAME   the backend of devices to use with --capture
 
 Exit status: 0, 1 if something failed, 2 for a wrong command line. An interrupt ends the measurement as the end of the
 file does.)";
@@ -25,12 +26,12 @@ Settings settings_from(int argc, char **argv) {
       example::parse(argc, argv,
                      {example::flag("help", s.help), example::flag("capture", s.capture), example::flag("fast", s.fast),
                       example::number_option("falloff", s.falloff, 0, 1000), example::text_option("svg", s.svg),
-                      example::flag("json", s.json)});
+                      example::text_option("backend", s.backend), example::flag("json", s.json)});
   if (s.help) return s;
   if (inputs.size() > 1) throw example::UsageError("one input is wanted");
   if (inputs.empty() != s.capture) throw example::UsageError(s.capture ? "a file or --capture, not both" : "no input");
   if (s.capture && s.fast) throw example::UsageError("--fast is for files");
-  if (!inputs.empty()) s.input = inputs.front();
+  s.input = s.capture ? "capture" : inputs.front();
   return s;
 }
 

@@ -11,7 +11,8 @@ extern const char *const kHelp;
 
 struct Settings {
   std::string input;
-  std::string svg;  // where to draw; empty for nowhere
+  std::string backend;  // of devices; empty for the default
+  std::string svg;      // where to draw; empty for nowhere
   float falloff = 20;
   bool capture = false, fast = false, json = false, help = false;
 };

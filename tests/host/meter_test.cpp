@@ -76,10 +76,24 @@ TEST_F(MeterProgram, WhatCannotBeMeasuredGivesOneAndSaysWhy) {
   }
 }
 
-TEST_F(MeterProgram, CaptureSaysThatItIsNotThere) {
-  const ProgramResult result = run(quoted(AUSPOOL_METER) + " --capture");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.errors.find("cannot capture from devices"), std::string::npos) << result.errors;
+// The simulated input brings a sawtooth of half the scale.
+TEST_F(MeterProgram, CaptureMeasuresADeviceUntilAnInterrupt) {
+  const ProgramResult result =
+      run("timeout -s INT 2 " + quoted(AUSPOOL_METER) + " --capture --backend simulated --json");
+  std::istringstream lines(result.output);
+  std::vector<json> moments;
+  for (std::string line; std::getline(lines, line);) moments.push_back(json::parse(line));
+  ASSERT_GE(moments.size(), 3u) << result.errors;
+  EXPECT_NEAR(moments[0]["seconds"], 0.05, 1e-9);
+  EXPECT_NEAR(moments[0]["peak_db"][0], -6, 1);
+  EXPECT_EQ(moments.back()["path"], "capture");
+  EXPECT_GT(moments.back()["rate"], 1000);
+}
+
+TEST_F(MeterProgram, CaptureNeedsABackendThatIsThere) {
+  const ProgramResult result = run(quoted(AUSPOOL_METER) + " --capture --backend nothing");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_NE(result.errors.find("there is no backend nothing"), std::string::npos) << result.errors;
 }
 
 TEST_F(MeterProgram, ReadsASineInEachChannelAtItsLevelAndPitch) {
