@@ -48,9 +48,6 @@ context.objects = [
     { factory = adapter  args = { factory.name = support.null-audio-sink  node.name = quad
         node.description = "Four speakers"  media.class = Audio/Sink  priority.session = 50
         audio.channels = 4  audio.position = [ FL FR RL RR ]  object.linger = true } }
-    { factory = adapter  args = { factory.name = support.null-audio-sink  node.name = fast
-        node.description = "Fast"  media.class = Audio/Sink  priority.session = 1  node.group = pipewire.freewheel
-        audio.channels = 2  audio.position = [ FL FR ]  object.linger = true } }
     { factory = adapter  args = { factory.name = support.null-audio-sink  node.name = line
         node.description = "Line in"  media.class = Audio/Source/Virtual  priority.session = 300
         audio.channels = 2  audio.position = [ FL FR ]  object.linger = true } }

@@ -37,9 +37,8 @@ private:
   pid_t pid_ = 0;
 };
 
-// Its sinks: "main", the default, and "other" of two channels, "quad" of four, FL FR RL RR, and "fast" of two, which is
-// never late because it waits for every stream, and runs as fast as they can. Its source: "line" of two channels, whose
-// input ports a test feeds. All run at the graph's rate, at first 48000 Hz.
+// Its sinks: "main", the default, and "other" of two channels, "quad" of four, FL FR RL RR. Its source: "line" of two
+// channels, whose input ports a test feeds. All run at the graph's rate, at first 48000 Hz.
 class SoundServer {
 public:
   SoundServer();

@@ -83,7 +83,7 @@ DeviceStatus NumberedPlayer::run(ObjectId, const TimeStamp *now, const BufferLis
   auto *sample = static_cast<float *>(buffer.data);
   const std::uint32_t frames = buffer.bytes / 4 / buffer.channels;
   std::uint64_t frame = player.next;
-  for (std::uint32_t i = 0; i < frames; ++i, ++frame) {
+  for (std::uint32_t i = 0; i < frames && frame < player.last; ++i, ++frame) {
     for (std::uint32_t c = 0; c < buffer.channels; ++c) *sample++ = numbered_sample(frame, c);
   }
   player.next = frame;

@@ -87,6 +87,7 @@ public:
   platform::DeviceStatus stop() { return proc_.stop(); }
 
   std::atomic<std::uint64_t> next;
+  std::atomic<std::uint64_t> last = UINT64_MAX;         // silence from there on
   std::atomic<std::uint32_t> frames = 0, channels = 0;  // of the last cycle
   std::atomic<int> cycles = 0;
   std::atomic<double> latency = 0.0;  // seconds, of the last cycle

@@ -91,19 +91,13 @@ void PipeWireBackend::server_went() {
   update_system();
 }
 
-// A new one leaves the streams that it finds alone: they begin anew.
-void PipeWireBackend::session_manager_came() {
-  server_.try_again_later();
-}
-
 void PipeWireBackend::streams_changed() {
   update_all();
   if (std::ranges::any_of(devices_, &PipeWireDevice::has_failed_streams)) server_.try_again_later();
-  server_.wake();
 }
 
 void PipeWireBackend::try_again() {
-  for (const DevicePointer &device : devices_) device->restart_idle_streams(server_);
+  for (const DevicePointer &device : devices_) device->restart_failed_streams(server_);
 }
 
 void PipeWireBackend::update(PipeWireDevice &device) {
@@ -112,6 +106,7 @@ void PipeWireBackend::update(PipeWireDevice &device) {
 
 void PipeWireBackend::update_all() {
   for (const DevicePointer &device : devices_) update(*device);
+  server_.wake();
 }
 
 void PipeWireBackend::update_system() {
@@ -125,6 +120,7 @@ void PipeWireBackend::update_system() {
     const ObjectId id = found == devices_.end() ? 0 : (*found)->id;
     if (system_.put(kDefaults[is_input], id)) notifier_.post(kSystemObject, kDefaults[is_input]);
   }
+  server_.wake();
 }
 
 // ---- Properties ----

@@ -43,7 +43,6 @@ private:
   void setting_changed(const char *key, const char *value) override;
   void server_came() override;
   void server_went() override;
-  void session_manager_came() override;
   void streams_changed() override;
   void try_again() override;
 

@@ -104,9 +104,9 @@ bool PipeWireDevice::has_idle_streams() const {
   return std::ranges::any_of(procs, [](const PipeWireProc &proc) { return proc.stream && !proc.stream->runs(); });
 }
 
-void PipeWireDevice::restart_idle_streams(Server &server) {
+void PipeWireDevice::restart_failed_streams(Server &server) {
   for (PipeWireProc &proc : procs) {
-    if (proc.stream && !proc.stream->runs()) start(proc, server);
+    if (proc.stream && proc.stream->has_failed()) start(proc, server);
   }
 }
 

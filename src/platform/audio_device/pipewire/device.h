@@ -33,8 +33,8 @@ public:
   void start(PipeWireProc &proc, Server &server);
   PipeWireProc *find(IoProcId id);
   bool has_failed_streams() const;
-  bool has_idle_streams() const;  // that should run and do not, or not yet
-  void restart_idle_streams(Server &server);
+  void restart_failed_streams(Server &server);
+  bool has_idle_streams() const;  // that do not run, or not yet
 
   double rate() const { return properties.get(kNominalRate, 0.0); }
   std::uint32_t scope() const { return node.is_input ? kInput : kOutput; }

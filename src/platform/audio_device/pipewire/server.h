@@ -1,41 +1,19 @@
-// The connection with the sound server: made when it can be, made again when it was lost, and what the server tells
-// through it. Of libpipewire this and stream.cpp are all that the library sees.
+// The connection with the sound server: made when it can be, and made again when it was lost.
 #pragma once
 
 #include <cstdint>
-#include <list>
 #include <memory>
 #include <string>
 
-#include "platform/audio_device/pipewire/node.h"
+#include "platform/audio_device/pipewire/registry.h"
+#include "platform/audio_device/pipewire/server_client.h"
 
 struct pw_context;
 struct pw_core;
-struct pw_registry;
 struct pw_thread_loop;
-struct spa_dict;
 struct spa_source;
 
 namespace auspool::platform {
-
-// Hears what the server tells, on the connection's thread with its lock held.
-class ServerClient {
-public:
-  virtual void node_came(const Node &node) = 0;
-  virtual void node_went(std::uint32_t number) = 0;
-  virtual void default_changed(bool is_input, const std::string &name) = 0;  // empty for none
-  virtual void setting_changed(const char *key, const char *value) = 0;
-  virtual void server_came() = 0;
-  // Of all nodes and defaults nothing is heard any more. Streams must be gone when this returns.
-  virtual void server_went() = 0;
-  virtual void session_manager_came() = 0;
-  virtual void streams_changed() = 0;
-  // Half a second after `try_again_later`.
-  virtual void try_again() = 0;
-
-protected:
-  ~ServerClient() = default;
-};
 
 class Server {
 public:
@@ -43,13 +21,15 @@ public:
   explicit Server(ServerClient &client);
   // Nothing is heard afterwards. Streams must be gone.
   ~Server();
+  Server(const Server &) = delete;
+  Server &operator=(const Server &) = delete;
 
   // Guards all that the client knows, and the streams; std::lock_guard takes it.
   void lock();
   void unlock();
 
-  // With the lock held, which is given up meanwhile: waits until `done` is true, for a second at most, and says whether
-  // it is.
+  // What follows is called with the lock held. The wait gives it up meanwhile, until `done` is true, for a second at
+  // most, and says whether it is.
   template <typename Done>
   bool wait_until(const Done &done) {
     const Deadline deadline(*this);
@@ -58,25 +38,22 @@ public:
     }
     return true;
   }
+  void wake();  // those who wait
 
-  // What follows is called with the lock held.
   bool is_connected() const { return ready_; }
-  // Somebody connects streams with devices; without such a session manager none ever plays.
-  bool has_session_manager() const;
-  // Asks for another default; whether that could be asked.
-  bool ask_for_default(bool is_input, const std::string &name);
+  bool has_session_manager() const { return registry_ && registry_->has_session_manager(); }
+  bool ask_for_default(bool is_input, const std::string &name) {
+    return registry_ && registry_->ask_for_default(is_input, name);
+  }
   void try_again_later();
   pw_core *core() const { return core_; }
 
   // From any thread, without lock or wait: lets the client hear streams_changed.
   void note_stream();
-  // Wakes those who wait: with the lock held.
-  void wake();
 
 private:
-  struct Watched;   // a node or a metadata of the server's, as a proxy
-  struct Handlers;  // the tables of what libpipewire calls
-  struct CoreListener;
+  struct Handlers;  // what libpipewire calls
+  struct Hook;
   class Deadline {
   public:
     explicit Deadline(Server &server);
@@ -92,17 +69,14 @@ private:
   bool connect();
   void disconnect();
   void advance(int sequence);
-  void watch(std::uint32_t number, const char *type, const spa_dict *properties);
-  void forget(std::uint32_t number);
 
   ServerClient &client_;
+  std::unique_ptr<Hook> hook_;
   pw_thread_loop *loop_ = nullptr;
   pw_context *context_ = nullptr;
-  pw_core *core_ = nullptr;
-  pw_registry *registry_ = nullptr;
-  std::unique_ptr<CoreListener> listener_;
   spa_source *timer_ = nullptr, *stream_event_ = nullptr, *lost_event_ = nullptr;
-  std::list<Watched> watched_;
+  pw_core *core_ = nullptr;
+  std::unique_ptr<Registry> registry_;
   int sequence_ = 0, round_ = 0;
   bool ready_ = false;
 };

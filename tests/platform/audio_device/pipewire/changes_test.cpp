@@ -1,9 +1,12 @@
 // What a sound server does under audio that plays: nothing of it may crash, hang or stay silent without a word.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <new>
 #include <optional>
 
 #include "support/sound_system.h"
+#include "support/watch.h"
 
 namespace auspool::platform {
 namespace {
@@ -171,6 +174,17 @@ TEST_F(PipeWireChanges, AServerThatWasKilledIsFoundAgain) {
   testing::expect_exact([&] { return recorder.samples(); }, 2, 12000);
 }
 
+TEST_F(PipeWireChanges, WithoutASessionManagerStartingSaysSo) {
+  const ObjectId main = system->device("main");
+  NumberedPlayer player(devices(), main);
+  server->kill_manager();
+  ASSERT_TRUE(eventually([&] { return system->default_output() == 0; }));
+  EXPECT_EQ(player.start(), AUDEVICE_NOT_RUNNING) << "nobody would connect it";
+  EXPECT_EQ(devices().set(kSystemObject, kDefaultOutput, main), AUDEVICE_NOT_RUNNING);
+  server->start_manager();
+  ASSERT_TRUE(eventually([&] { return system->default_output() == main; }));
+}
+
 TEST(PipeWireWithoutServer, SaysSoAndFindsItWhenItComes) {
   NEED_SOUND_SERVER();
   SoundServer server{SoundServer::NotYet()};
@@ -184,6 +198,21 @@ TEST(PipeWireWithoutServer, SaysSoAndFindsItWhenItComes) {
   Ears ears(system.devices, kSystemObject, kDefaultOutput);
   server.start();
   EXPECT_TRUE(eventually([&] { return ears.heard > 0 && system.default_output() != 0; }));
+}
+
+TEST(PipeWireWithoutServer, OpensOnlyWithEnoughMemory) {
+  const SoundServer nobody{SoundServer::NotYet()};
+  ASSERT_EQ(choose_audio_backend("pipewire"), 0);
+  const int failed = testing::fail_each_allocation([] {
+    try {
+      const AudioDevices devices;
+      return true;
+    } catch (const std::bad_alloc &) {
+      return false;
+    }
+  });
+  EXPECT_GE(failed, 1);
+  EXPECT_EQ(choose_audio_backend(nullptr), 0);
 }
 
 }  // namespace
