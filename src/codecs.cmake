@@ -15,4 +15,4 @@ endfunction()
 
 auspool_codec(AUSPOOL_LAME lame lame mp3_encoder)
 auspool_codec(AUSPOOL_FLAC flac flac flac_encoder flac_metadata)
-auspool_codec(AUSPOOL_LIBAV libav "libavcodec;libavformat;libavutil;libswscale" audio_codec thumbnail)
+auspool_codec(AUSPOOL_LIBAV libav "libavcodec;libavformat;libavutil;libswscale" audio_codec scale thumbnail)

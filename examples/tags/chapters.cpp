@@ -12,10 +12,28 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string time_text(const audict *element) {
+double seconds_of(const audict *element, const char *key) {
   double seconds = 0;
-  audict_get_float(element, "Autag2ChapterElementStartTime", &seconds);
-  const auto milliseconds = static_cast<long long>(std::llround(seconds * 1000));
+  audict_get_float(element, key, &seconds);
+  return seconds;
+}
+
+double start_of(const audict *element) {
+  return seconds_of(element, "Autag2ChapterElementStartTime");
+}
+
+// The element of a track that lasts at a time; null without one.
+const audict *element_at(const audict *track, double seconds) {
+  for (std::size_t i = audict_count(track); i-- > 0;) {
+    const audict *element = audict_at(track, i);
+    const double start = start_of(element);
+    if (start <= seconds && seconds < start + seconds_of(element, "Autag2ChapterElementDuration")) return element;
+  }
+  return nullptr;
+}
+
+std::string time_text(double seconds) {
+  const auto milliseconds = std::llround(seconds * 1000);
   char text[40];
   std::snprintf(text, sizeof text, "%lld:%02lld:%02lld.%03lld", milliseconds / 3600000, milliseconds / 60000 % 60,
                 milliseconds / 1000 % 60, milliseconds % 1000);
@@ -40,11 +58,12 @@ const char *extension_of(std::string_view image) {
 // One chapter: its time and title, and its link and picture where it has them.
 std::string line_of(const audict *chapters, std::size_t index) {
   const audict *title = audict_at(audict_get(chapters, "Autag2ChapterTOCTrack"), index);
-  const audict *link = audict_at(audict_get(chapters, "Autag2ChapterHRefTrack"), index);
+  const double start = start_of(title);
+  const audict *link = element_at(audict_get(chapters, "Autag2ChapterHRefTrack"), start);
   const std::string url = text_of(link, "Autag2ChapterElementURL"), text = text_of(link, "Autag2ChapterElementTitle");
-  std::string line = "  " + time_text(title) + "  " + text_of(title, "Autag2ChapterElementTitle");
+  std::string line = "  " + time_text(start) + "  " + text_of(title, "Autag2ChapterElementTitle");
   if (!url.empty()) line += "  <" + url + ">" + (text.empty() ? "" : " " + text);
-  const std::string_view image = image_of(audict_at(audict_get(chapters, "Autag2ChapterImageTrack"), index));
+  const std::string_view image = image_of(element_at(audict_get(chapters, "Autag2ChapterImageTrack"), start));
   if (!image.empty()) line += "  [picture, " + std::to_string(image.size()) + " bytes]";
   return line;
 }

@@ -1,10 +1,10 @@
 #include "m4a/fixed_block.h"
 
 #include <array>
-#include <chrono>
 
 #include "base/byte_order.h"
 #include "base/four_cc.h"
+#include "base/mpeg4_time.h"
 #include "m4a/audio_specific_config.h"
 #include "m4a/record.h"
 
@@ -105,12 +105,6 @@ void put(Words &block, std::span<const std::size_t> offsets, std::uint32_t word)
   for (const std::size_t offset : offsets) block[offset / 4] = word;
 }
 
-std::uint32_t seconds_now() {
-  constexpr std::int64_t kEpoch = 2082859200;
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return static_cast<std::uint32_t>(std::chrono::duration_cast<std::chrono::seconds>(now).count() + kEpoch);
-}
-
 void put_bitrate_and_config(Words &block, const m4a_t &m4a) {
   std::uint8_t bitrate[4];
   store_be(bitrate, m4a.bitrate);
@@ -154,7 +148,7 @@ Words create_moov_block(const m4a_t &m4a, std::int32_t kind, std::uint32_t sampl
     block[atom / 4] = bytes - static_cast<std::uint32_t>(atom);
   }
   block[kStsd / 4] = block[kSampleEntry / 4] + 16;
-  const std::uint32_t now = seconds_now();
+  const std::uint32_t now = mpeg4_seconds_now();
   put(block, kCreationTimes, now);
   put(block, kModificationTimes, now);
   put(block, kTimeScales, m4a.sample_rate);

@@ -1,4 +1,5 @@
-// Pictures: what a JPEG or PNG file claims to be, decoding both, encoding JPEG. Built on libturbojpeg and libpng.
+// Pictures: what a JPEG or PNG file claims to be, decoding both, encoding JPEG, scaling. Built on libturbojpeg, libpng
+// and libswscale.
 //
 // The bytes may come from anywhere. Nothing is allocated for a picture that has more pixels than kMaxImagePixels, or
 // more than so many bytes could hold. The functions are safe on any thread and throw nothing but std::bad_alloc.
@@ -36,6 +37,9 @@ struct Bitmap {
 
 // The whole picture, what is transparent in it over black; nothing when it does not decode to its end.
 std::optional<Bitmap> decode_image(std::span<const std::uint8_t> file);
+
+// The picture at another size; nothing for an empty one, and in a build without libswscale.
+std::optional<Bitmap> scale_image(const Bitmap &bitmap, std::uint32_t width, std::uint32_t height);
 
 // A baseline JPEG file; nothing for an empty bitmap or one that exceeds the format's 65,535 pixels a side.
 std::optional<std::vector<std::uint8_t>> encode_jpeg(const Bitmap &bitmap);

@@ -8,6 +8,8 @@
 #include "tags/id3/chapters.h"
 #include "tags/id3/id3.h"
 #include "tags/id3/mp3.h"
+#include "tags/m4a/chapters.h"
+#include "tags/m4a/m4a.h"
 #include "tags/wave/wave.h"
 
 namespace auspool::tags {
@@ -23,6 +25,15 @@ constexpr std::array kFormats = {
            .chapter_read = nullptr,
            .chapter_create = nullptr,
            .chapter_write = nullptr},
+    Format{.number = AUTAG2_M4A,
+           .is = autag2_is_m4a,
+           .read = autag2_m4a_read,
+           .write = autag2_m4a_write,
+           .create = autag2_udta_create,
+           .create_data = nullptr,
+           .chapter_read = autag2_m4a_chapter_read,
+           .chapter_create = autag2_qt_chapter_create,
+           .chapter_write = autag2_m4a_chapter_write},
     Format{.number = AUTAG2_MP3,
            .is = autag2_is_mp3,
            .read = autag2_mp3_read,

@@ -9,6 +9,7 @@
 #include "support/other_programs.h"
 #include "support/pictures.h"
 #include "support/temp_dir.h"
+#include "tags/m4a/attached_chapters.h"
 
 namespace auspool::testing {
 namespace {
@@ -151,6 +152,38 @@ TEST_F(TagsProgram, CreatesAndShowsChapters) {
       << result.output;
   EXPECT_NE(result.output.find("\n  0:01:01.500  End\n"), std::string::npos) << result.output;
   EXPECT_EQ(read_file(folder.file("images/a-1.jpg")).substr(0, 2), "\xFF\xD8");
+}
+
+TEST_F(TagsProgram, ReadsAndWritesMpeg4) {
+  const std::string path = make("a.m4a", m4a_file(atom("trak", "x") + udta(text_item("\xA9nam", "Night Train"))));
+  EXPECT_EQ(read(path)["format"], 2);
+  EXPECT_EQ(tags("write " + path + " Artist=Lanterns TrackNum=3 iTunesStik=2").status, 0);
+  EXPECT_EQ(read(path)["tags"],
+            json({{"Title", "Night Train"}, {"Artist", "Lanterns"}, {"TrackNum", 3}, {"iTunesStik", 2}}));
+}
+
+TEST_F(TagsProgram, ShowsChaptersOfMpeg4ByTheirTimes) {
+  NEED_PROGRAM("ffmpeg");
+  make("one.jpg", bytes_in(jpeg_file(40, 40)));
+  const std::string list = make("chapters.json", R"({
+    "Autag2ChapterTOCTrack": [
+      {"Autag2ChapterElementStartTime": 0, "Autag2ChapterElementDuration": 1, "Autag2ChapterElementTitle": "One"},
+      {"Autag2ChapterElementStartTime": 1, "Autag2ChapterElementDuration": 1, "Autag2ChapterElementTitle": "Two"},
+      {"Autag2ChapterElementStartTime": 2, "Autag2ChapterElementDuration": 1, "Autag2ChapterElementTitle": "Three"}],
+    "Autag2ChapterImageTrack": [
+      {"Autag2ChapterElementStartTime": 0, "Autag2ChapterElementDuration": 2, "Autag2ChapterElementImage": "one.jpg"}],
+    "Autag2ChapterHRefTrack": [
+      {"Autag2ChapterElementStartTime": 0, "Autag2ChapterElementDuration": 3, "Autag2ChapterElementURL": "u:0"}]
+  })");
+  const std::string atoms = folder.file("atoms"), audio = folder.file("audio.m4a");
+  ASSERT_EQ(tags("chapters-create m4a " + list + " > " + atoms).status, 0);
+  output_of("ffmpeg -v error -f lavfi -i sine=duration=3 -c:a aac " + audio);
+  const std::string path = make("a.m4a", with_chapters(read_file(audio), read_file(atoms)));
+  const std::string picture = "  [picture, " + std::to_string(jpeg_file(40, 40).size()) + " bytes]\n";
+  EXPECT_EQ(tags("chapters " + path + " --save-images " + folder.file("images")).output,
+            path + ": 3 chapters\n  0:00:00.000  One  <u:0> u:0" + picture + "  0:00:01.000  Two  <u:0> u:0" + picture +
+                "  0:00:02.000  Three  <u:0> u:0\n");
+  EXPECT_EQ(read_file(folder.file("images/a-1.jpg")), read_file(folder.file("one.jpg")));
 }
 
 TEST_F(TagsProgram, TellsWhenChaptersCannotBeRead) {

@@ -23,10 +23,6 @@ std::string field(std::string text, std::size_t size, char fill) {
 
 }  // namespace
 
-std::string be32(std::uint32_t value) {
-  return {byte(value >> 24), byte(value >> 16), byte(value >> 8), byte(value)};
-}
-
 std::string syncsafe(std::uint32_t value) {
   const auto seven = [value](int shift) { return byte(value >> shift & 0x7F); };
   return {seven(21), seven(14), seven(7), seven(0)};

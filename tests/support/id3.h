@@ -5,12 +5,13 @@
 #include <initializer_list>
 #include <string>
 
+#include "support/big_endian.h"
+
 namespace auspool::testing {
 
 // Literals with NULs in them.
 using namespace std::string_literals;
 
-std::string be32(std::uint32_t value);
 std::string syncsafe(std::uint32_t value);
 
 // One frame in the form of its version, with an id of three letters for 2. `claimed` stands in for its true size.

@@ -3,13 +3,12 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
-#include <libswscale/swscale.h>
 }
 
 #include <algorithm>
 #include <memory>
 
-#include "platform/image.h"
+#include "platform/libav/scale.h"
 
 namespace auspool::platform {
 namespace {
@@ -25,8 +24,6 @@ using FormatPtr = std::unique_ptr<AVFormatContext, FreePointer<avformat_close_in
 using CodecPtr = std::unique_ptr<AVCodecContext, FreePointer<avcodec_free_context>>;
 using FramePtr = std::unique_ptr<AVFrame, FreePointer<av_frame_free>>;
 using PacketPtr = std::unique_ptr<AVPacket, FreePointer<av_packet_free>>;
-
-constexpr int kVectorBytes = 64;
 
 // The libraries print what they think of a file, and have one setting for the process: it is put back at once.
 class Quiet {
@@ -73,26 +70,12 @@ FramePtr first_frame(AVFormatContext &format, AVCodecContext &decoder, int strea
 
 Bitmap scaled_to_fit(const AVFrame &frame, std::uint32_t side) {
   const auto longer = static_cast<std::uint32_t>(std::max(frame.width, frame.height));
-  const double scale = longer > side ? static_cast<double>(side) / longer : 1.0;
-  const auto scaled = [scale](int length) { return std::max(1, static_cast<int>(length * scale + 0.5)); };
+  const double factor = longer > side ? static_cast<double>(side) / longer : 1.0;
+  const auto scaled = [factor](int length) { return std::max(1, static_cast<int>(length * factor + 0.5)); };
   const int width = scaled(frame.width), height = scaled(frame.height);
-  const std::unique_ptr<SwsContext, void (*)(SwsContext *)> scaler(
-      sws_getContext(frame.width, frame.height, static_cast<AVPixelFormat>(frame.format), width, height,
-                     AV_PIX_FMT_RGB24, SWS_AREA, nullptr, nullptr, nullptr),
-      sws_freeContext);
-  if (!scaler) return {};
-  // The scaler writes whole vectors, beyond the ends of rows too.
-  const int stride = (3 * width + 2 * kVectorBytes - 1) / kVectorBytes * kVectorBytes;
-  std::vector<std::uint8_t> rows(static_cast<std::size_t>(stride) * static_cast<std::size_t>(height) + kVectorBytes);
-  std::uint8_t *const planes[4] = {rows.data()};
-  const int strides[4] = {stride};
-  if (sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) != height) return {};
-  Bitmap bitmap{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), {}};
-  for (int row = 0; row < height; ++row) {
-    const auto from = rows.begin() + std::ptrdiff_t{row} * stride;
-    bitmap.rgb.insert(bitmap.rgb.end(), from, from + 3 * width);
-  }
-  return bitmap;
+  return scale({static_cast<AVPixelFormat>(frame.format), frame.width, frame.height, frame.data, frame.linesize}, width,
+               height)
+      .value_or(Bitmap());
 }
 
 }  // namespace
