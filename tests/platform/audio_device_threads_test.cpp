@@ -97,5 +97,45 @@ TEST(SimulatedDeviceThreads, ListenersAndProcsThatWereTakenAwayAreNotCalled) {
   EXPECT_GT(heard, 0);
 }
 
+// A cycle that lasts until it is let go.
+struct LongCycle {
+  static DeviceStatus run(ObjectId, const TimeStamp *, const BufferList *, const TimeStamp *, BufferList *,
+                          const TimeStamp *, void *self) {
+    auto &cycle = *static_cast<LongCycle *>(self);
+    cycle.begun = 1;
+    wait_for(cycle.may_end, 1);
+    cycle.ended = true;
+    return 0;
+  }
+  std::atomic<int> begun = 0, may_end = 0;
+  std::atomic<bool> ended = false;
+};
+
+// The client may be gone after either.
+TEST(SimulatedDeviceThreads, StopAndDestroyWaitForTheLastCycleOfADeviceThatGoesAway) {
+  for (const auto end : {&AudioDevices::stop, &AudioDevices::destroy_io_proc}) {
+    auspool::testing::SimulatedDevices script;
+    const ObjectId id = script.add_default_output(auspool::testing::output_device(auspool::testing::kInterleaved));
+    ausim_set_realtime(script, 1);
+    AudioDevices devices;
+    LongCycle cycle;
+    IoProcId proc = 0;
+    ASSERT_EQ(devices.create_io_proc(id, LongCycle::run, &cycle, &proc), 0);
+    ASSERT_EQ(devices.start(id, proc), 0);
+    wait_for(cycle.begun, 1);
+    std::thread remover([&] { EXPECT_EQ(ausim_remove_device(script, id), 0); });
+    double rate = 0;
+    while (devices.get(id, kNominalRate, &rate) == 0) std::this_thread::yield();
+    std::thread ender([&] {
+      EXPECT_EQ((devices.*end)(id, proc), AUDEVICE_BAD_OBJECT);
+      EXPECT_TRUE(cycle.ended);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));  // one that does not wait is back by then
+    cycle.may_end = 1;
+    ender.join();
+    remover.join();
+  }
+}
+
 }  // namespace
 }  // namespace auspool::platform

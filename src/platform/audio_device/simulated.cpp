@@ -43,6 +43,15 @@ SimulatedBackend::DevicePointer SimulatedBackend::find_locked(ObjectId id) const
   return found == devices_.end() ? nullptr : *found;
 }
 
+// For who ends a proc of a device that went away: its last cycle may still run.
+DeviceStatus SimulatedBackend::wait_for_last_cycle(ObjectId id, std::unique_lock<std::mutex> &lock) {
+  const auto found = std::ranges::find(leaving_, id, [](const DevicePointer &device) { return device->id; });
+  const DevicePointer device = found == leaving_.end() ? nullptr : *found;
+  lock.unlock();
+  if (device) device->wait_for_cycle();
+  return AUDEVICE_BAD_OBJECT;
+}
+
 const PropertyStore *SimulatedBackend::properties_locked(ObjectId object) const {
   if (object == kSystemObject) return &system_;
   const DevicePointer device = find_locked(object);
@@ -112,7 +121,7 @@ DeviceStatus SimulatedBackend::destroy_io_proc(ObjectId device, IoProcId id) {
   const DeviceStatus ordered = ask_script(operation_of(AUSIM_DESTROY_IO, device));
   std::unique_lock lock(model_);
   const DevicePointer found = find_locked(device);
-  if (!found) return AUDEVICE_BAD_OBJECT;
+  if (!found) return wait_for_last_cycle(device, lock);
   const bool known = found->destroy_proc(id);
   lock.unlock();
   found->wait_for_cycle();
@@ -122,7 +131,7 @@ DeviceStatus SimulatedBackend::destroy_io_proc(ObjectId device, IoProcId id) {
 DeviceStatus SimulatedBackend::set_running(ObjectId device, IoProcId id, bool running) {
   std::unique_lock lock(model_);
   const DevicePointer found = find_locked(device);
-  if (!found) return AUDEVICE_BAD_OBJECT;
+  if (!found) return wait_for_last_cycle(device, lock);
   if (!found->set_running(id, running, now_locked())) return AUDEVICE_BAD_PROC;
   wake_.notify_all();
   lock.unlock();

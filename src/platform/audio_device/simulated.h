@@ -62,6 +62,8 @@ private:
   // Of these, those whose names end in _locked are called with the model's lock held.
   DeviceStatus ask_script(const ausim_operation &operation);
   DevicePointer find_locked(ObjectId id) const;
+  // Lets go of the model's lock.
+  DeviceStatus wait_for_last_cycle(ObjectId id, std::unique_lock<std::mutex> &lock);
   const PropertyStore *properties_locked(ObjectId object) const;
   DevicePointer add_device_locked(const ausim_device &description);
   void remove_all_devices();
@@ -81,7 +83,8 @@ private:
   std::condition_variable wake_;
   PropertyStore system_;
   std::vector<DevicePointer> devices_;
-  std::vector<Change> changes_;  // that listeners have not been told of
+  std::vector<DevicePointer> leaving_;  // no longer there, but their last cycle may run
+  std::vector<Change> changes_;         // that listeners have not been told of
   bool delivering_ = false;
   ObjectId last_object_ = kSystemObject;
   IoProcId last_proc_ = 0;

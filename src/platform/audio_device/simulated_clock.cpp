@@ -80,12 +80,14 @@ DeviceStatus SimulatedBackend::remove_device(ObjectId id) {
   std::unique_lock lock(model_);
   const DevicePointer device = find_locked(id);
   if (!device) return AUDEVICE_BAD_OBJECT;
+  leaving_.push_back(device);
   std::erase(devices_, device);
   device->stop_all();
   lock.unlock();
   device->wait_for_cycle();
   listeners_.forget(id);
   lock.lock();
+  std::erase(leaving_, device);
   device_list_changed_locked();
   for (const PropertyAddress &address : {kDefaultOutput, kDefaultInput}) {
     if (system_.get(address, ObjectId{0}) != id) continue;
