@@ -1,7 +1,8 @@
 // Measured quality and speed of our five qualities beside other converters, in one run.
 //
 //   bench_quality                 the tables of docs/performance.md, and the time of whole streams on two threads
-//   bench_quality --pictures DIR  the pictures of docs/resampling.md
+//   bench_quality --pictures DIR  the pictures of docs/resampling-qualities.md
+//   bench_quality --recordings    its table of speech and music
 //
 // Stereo floats, streamed in blocks of 1024 frames. Every converter's pass band (to 0.1 dB) is found first; its
 // rejection is then that of images of tones in this band and of aliases that fall into it, at the worst of all pairs of
@@ -13,6 +14,7 @@
 
 #include "quality/measure.h"
 #include "quality/pictures.h"
+#include "quality/there_and_back.h"
 #include "quality/whole_stream.h"
 
 using namespace quality;
@@ -116,6 +118,10 @@ void print_whole_streams() {
 
 int main(int argc, char **argv) {
   if (argc == 3 && std::strcmp(argv[1], "--pictures") == 0) return draw_pictures(argv[2]) ? 0 : 1;
+  if (argc == 2 && std::strcmp(argv[1], "--recordings") == 0) {
+    print_there_and_back();
+    return 0;
+  }
   const std::vector<Kind> kinds = all_kinds();
   print_speeds(kinds);
   print_creation(kinds);

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <span>
 #include <vector>
 
-#include "auspool/raesampler.h"
 #include "platform/fft.h"
+#include "quality/chain.h"
 #include "quality/plot.h"
+#include "quality/sweep_picture.h"
 #include "support/tone.h"
 
 namespace quality {
@@ -19,30 +19,6 @@ using namespace auspool::testing;
 constexpr const char *kNames[] = {"RealTime", "Normal", "High", "VeryHigh", "UltraHigh"};
 constexpr double kFloor = -220;
 
-using Handle = std::unique_ptr<raesampler, void (*)(raesampler *)>;
-
-Handle make(int flags, double in, double out) {
-  return {raesampler_create(flags, 1, nullptr, 0, in, out, 0), raesampler_destroy};
-}
-
-// Converts a signal in the chain's own precision: doubles from VeryHigh on.
-std::vector<double> convert(raesampler *r, int flags, const std::vector<double> &in) {
-  auto count = static_cast<int>(in.size());
-  std::vector<double> out(static_cast<std::size_t>(raesampler_output_samples(r, count)));
-  if ((flags & RAESAMPLER_QUALITY_MASK) >= RaesamplerQualityVeryHigh) {
-    const double *const from[] = {in.data()};
-    double *const to[] = {out.data()};
-    out.resize(static_cast<std::size_t>(raesampler_resampleD(r, from, 1, to, 1, &count, 0)));
-    return out;
-  }
-  const std::vector<float> floats(in.begin(), in.end());
-  std::vector<float> made(out.size());
-  const float *const from[] = {floats.data()};
-  float *const to[] = {made.data()};
-  made.resize(static_cast<std::size_t>(raesampler_resample(r, from, 1, to, 1, &count, 0)));
-  return {made.begin(), made.end()};
-}
-
 double level_in_decibels(double amplitude) {
   return amplitude > 0 ? std::max(decibels(amplitude), kFloor) : kFloor;
 }
@@ -51,7 +27,7 @@ double level_in_decibels(double amplitude) {
 std::vector<Point> response(int quality, double in, double out, double least, double most) {
   constexpr int kPoints = 240;
   constexpr std::size_t kMeasured = 4096;
-  const Handle r = make(quality, in, out);
+  const Chain r = make_chain(quality, in, out);
   const auto inputs = static_cast<std::size_t>(2.5 * raesampler_padding(r.get()) + 2 * kMeasured * in / out);
   std::vector<Point> points;
   for (int i = 0; i <= kPoints; ++i) {
@@ -82,7 +58,7 @@ bool draw_spectrum(const std::string &path) {
   Plot plot("A tone of 1 kHz, 44100 to 48000: spectrum", {"kHz", 0, 24, 2}, {"dB", kFloor, 0, 20});
   const auspool::RealFft<double> fft(kLog2);
   for (int q = 0; q < 5; ++q) {
-    const Handle r = make(q, 44100, 48000);
+    const Chain r = make_chain(q, 44100, 48000);
     auto made = convert(r.get(), q, tone<double>(1000, 44100, 6 * kSize));
     made.erase(made.begin(), made.end() - kSize);
     std::vector<double> spectrum(kSize), work(kSize);
@@ -105,7 +81,7 @@ bool draw_impulse(const std::string &path) {
   constexpr std::size_t kAt = 2000, kBefore = 60, kBehind = 120;
   Plot plot("An impulse, 44100 to 48000, High", {"output samples", -60, 120, 20}, {"", -0.4, 1.2, 0.2});
   for (const int flags : {0, static_cast<int>(RAESAMPLER_FLAG_MINIMUM_PHASE)}) {
-    const Handle r = make(RaesamplerQualityHigh | flags, 44100, 48000);
+    const Chain r = make_chain(RaesamplerQualityHigh | flags, 44100, 48000);
     std::vector<double> in(20000);
     in[kAt] = 1;
     const auto made = convert(r.get(), RaesamplerQualityHigh, in);
@@ -123,7 +99,8 @@ bool draw_impulse(const std::string &path) {
 
 bool draw_pictures(const std::string &folder) {
   return draw_response(folder + "/resampling-response.svg") && draw_pass_band(folder + "/resampling-edge.svg") &&
-         draw_spectrum(folder + "/resampling-spectrum.svg") && draw_impulse(folder + "/resampling-impulse.svg");
+         draw_spectrum(folder + "/resampling-spectrum.svg") && draw_impulse(folder + "/resampling-impulse.svg") &&
+         draw_sweep(folder + "/resampling-sweep.svg");
 }
 
 }  // namespace quality

@@ -1,24 +1,14 @@
 #include "quality/plot.h"
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
-#include <fstream>
+
+#include "quality/svg.h"
 
 namespace quality {
 namespace {
 
 constexpr double kWidth = 860, kHeight = 420, kLeft = 70, kRight = 150, kTop = 40, kBottom = 50;
 constexpr const char *kColours[] = {"#888888", "#0072b2", "#009e73", "#e69f00", "#d55e00"};  // told apart by all eyes
-
-__attribute__((format(printf, 1, 2))) std::string text(const char *format, ...) {
-  char buffer[512];
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(buffer, sizeof buffer, format, arguments);
-  va_end(arguments);
-  return buffer;
-}
 
 }  // namespace
 
@@ -38,35 +28,32 @@ double Plot::down(double y) const {
 void Plot::add_grid(const char *title) {
   const double right = kWidth - kRight, bottom = kHeight - kBottom;
   for (double x = x_.least; x <= x_.most + x_.step / 1e6; x += x_.step) {
-    body_ += text("<path d='M%.1f %.1fV%.1f' stroke='#ddd'/><text x='%.1f' y='%.1f' text-anchor='middle'>%g</text>\n",
-                  across(x), kTop, bottom, across(x), bottom + 16, x);
+    body_ +=
+        svg_text("<path d='M%.1f %.1fV%.1f' stroke='#ddd'/><text x='%.1f' y='%.1f' text-anchor='middle'>%g</text>\n",
+                 across(x), kTop, bottom, across(x), bottom + 16, x);
   }
   for (double y = y_.least; y <= y_.most + y_.step / 1e6; y += y_.step) {
-    body_ += text("<path d='M%.1f %.1fH%.1f' stroke='#ddd'/><text x='%.1f' y='%.1f' text-anchor='end'>%g</text>\n",
-                  kLeft, down(y), right, kLeft - 6, down(y) + 4, y);
+    body_ += svg_text("<path d='M%.1f %.1fH%.1f' stroke='#ddd'/><text x='%.1f' y='%.1f' text-anchor='end'>%g</text>\n",
+                      kLeft, down(y), right, kLeft - 6, down(y) + 4, y);
   }
-  body_ += text("<text x='%.1f' y='22' font-size='15'>%s</text>\n", kLeft, title);
-  body_ += text("<text x='%.1f' y='%.1f' text-anchor='middle'>%s</text>\n", (kLeft + right) / 2, kHeight - 12, x_.name);
-  body_ += text("<text transform='translate(18 %.1f) rotate(-90)' text-anchor='middle'>%s</text>\n",
-                (kTop + bottom) / 2, y_.name);
+  body_ += svg_text("<text x='%.1f' y='22' font-size='15'>%s</text>\n", kLeft, title);
+  body_ +=
+      svg_text("<text x='%.1f' y='%.1f' text-anchor='middle'>%s</text>\n", (kLeft + right) / 2, kHeight - 12, x_.name);
+  body_ += svg_text("<text transform='translate(18 %.1f) rotate(-90)' text-anchor='middle'>%s</text>\n",
+                    (kTop + bottom) / 2, y_.name);
 }
 
 void Plot::add_curve(const char *name, const std::vector<Point> &points) {
   const char *colour = kColours[curves_ % 5];
-  body_ += text("<polyline fill='none' stroke-width='1.3' stroke='%s' points='", colour);
-  for (const Point &point : points) body_ += text("%.1f,%.1f ", across(point.x), down(point.y));
+  body_ += svg_text("<polyline fill='none' stroke-width='1.3' stroke='%s' points='", colour);
+  for (const Point &point : points) body_ += svg_text("%.1f,%.1f ", across(point.x), down(point.y));
   const double y = kTop + 14 + 20 * curves_++, x = kWidth - kRight + 12;
-  body_ += text("'/>\n<path d='M%.1f %.1fh20' stroke-width='3' stroke='%s'/><text x='%.1f' y='%.1f'>%s</text>\n", x,
-                y - 4, colour, x + 26, y, name);
+  body_ += svg_text("'/>\n<path d='M%.1f %.1fh20' stroke-width='3' stroke='%s'/><text x='%.1f' y='%.1f'>%s</text>\n", x,
+                    y - 4, colour, x + 26, y, name);
 }
 
 bool Plot::write(const std::string &path) const {
-  std::ofstream file(path);
-  file << text("<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 %g %g' font-family='sans-serif' font-size='12'>\n",
-               kWidth, kHeight)
-       << "<rect width='100%' height='100%' fill='#fff'/>\n"
-       << body_ << "</svg>\n";
-  return file.good();
+  return write_svg(path, kWidth, kHeight, body_);
 }
 
 }  // namespace quality
