@@ -4,11 +4,13 @@
 #include <atomic>
 #include <deque>
 #include <filesystem>
+#include <mutex>
 #include <thread>
 
 #include "common/audio_input.h"
 #include "common/console.h"
 #include "record/settings.h"
+#include "record/written_file.h"
 
 namespace {
 
@@ -22,7 +24,7 @@ struct File {
   static const File &of(void *token) { return *static_cast<File *>(token); }
 };
 
-// The host's side of the callbacks, which come on the recording's worker thread.
+// The host's side of the callbacks, which come on the recording's worker thread, but for the end of a file of MPEG-4.
 struct Host {
   explicit Host(const Settings &all) : settings(all) {}
   static Host &of(void *ref) { return *static_cast<Host *>(ref); }
@@ -46,16 +48,15 @@ struct Host {
 
   // Reports a file as another library sees it.
   void finished(const File &file) try {
-    const AudioInput written(file.path);
-    if (written.frames() == INT64_MAX) throw std::runtime_error(file.path + ": was not completed");  // FLAC's header
+    const record::WrittenFile written = record::look_at(file.path);
+    const std::lock_guard lock(mutex);
     ++finished_files;
-    finished_seconds += written.seconds();
-    tell("finished  " + file.path + ": " + std::to_string(written.seconds()) + " s",
-         {{"path", file.path},
-          {"frames", written.frames()},
-          {"seconds", written.seconds()},
-          {"bytes", fs::file_size(file.path)},
-          {"index", file.index}});
+    finished_seconds += written.seconds;
+    tell("finished  " + file.path + ": " + std::to_string(written.seconds) + " s", {{"path", file.path},
+                                                                                    {"frames", written.frames},
+                                                                                    {"seconds", written.seconds},
+                                                                                    {"bytes", fs::file_size(file.path)},
+                                                                                    {"index", file.index}});
   } catch (const std::exception &error) {
     failed(error.what());
   }
@@ -84,6 +85,7 @@ struct Host {
   example::Console console;
   std::deque<File> files;  // the tokens that the recorder gives back point into it
   int number = 0;          // in the name of the last file
+  std::mutex mutex;        // files of MPEG-4 are finished by jobs of their own
   int finished_files = 0;
   double finished_seconds = 0;
   std::atomic<int> errors = 0;
@@ -115,6 +117,8 @@ std::unique_ptr<aurec, void (*)(aurec *)> make_recorder(Host &host, const Settin
   aurec_set_pcm_options(rec, settings.pcm);
   aurec_set_mp3_options(rec, settings.mp3);
   aurec_set_flac_options(rec, settings.flac);
+  aurec_set_aac_options(rec, settings.aac);
+  aurec_set_alac_options(rec, settings.alac);
   aurec_set_limit(rec, settings.limit.value, settings.limit.is_time);
   aurec_set_silence_killer(rec, settings.silence_mode, settings.silence_db, settings.silence_seconds);
   return {rec, aurec_destroy};
@@ -160,9 +164,12 @@ public:
     return settings_.silence_mode ? wait_until_empty() : wait_for_space(frames * 8);
   }
 
-  // What makes no whole frame of the file's rate stays in the ring.
+  // What makes no whole frame of the file's rate, or no whole packet of its encoder, stays in the ring.
   bool wait_until_empty() const {
-    return wait_for_space(whole_ring_ - (rate_ == file_rate_ ? 0 : 8 * static_cast<int32_t>(rate_ / file_rate_ + 4)));
+    constexpr int32_t kFrameBytes = 8, kLargestPacket = 4096;
+    const bool in_packets = settings_.type == AuRecOutputTypeAAC || settings_.type == AuRecOutputTypeALAC;
+    const int32_t of_rates = rate_ == file_rate_ ? 0 : static_cast<int32_t>(rate_ / file_rate_ + 4);
+    return wait_for_space(whole_ring_ - kFrameBytes * (of_rates + (in_packets ? kLargestPacket : 0)));
   }
 
   // Less than this much is lost at each change of rate.
@@ -211,6 +218,7 @@ int run(const Settings &settings) {
   }
   source.wait_until_empty();  // the limits hold until the end is asked for
   aurec_stop(recorder.get());
+  while (aurec_has_active_files(recorder.get())) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   return host.report(source.pushed, source.dropped, source.seconds - source.slack());
 }
 

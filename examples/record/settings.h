@@ -21,6 +21,8 @@ struct Settings {
   AuRecOptionsPCM pcm{};
   AuRecOptionsMP3 mp3{0, 5, 0, 5, 128, 0, 0};
   AuRecOptionsFLAC flac{};
+  AuRecOptionsAAC aac{0, 128, 0, 5, 1, 0};
+  AuRecOptionsALAC alac{0, 0, 1};
   example::Changes changes;  // of nothing: the tag of all files
   example::Value tag;        // null for none
   example::Limit limit;

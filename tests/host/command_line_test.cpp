@@ -27,7 +27,7 @@ TEST_F(CommandLine, ThatIsWrongGivesTwoAndSaysWhy) {
       {"-x", "no option -x"},
       {"in.wav --bits", "--bits needs a value"},
       {"in.wav --json=1", "no option --json=1"},
-      {"in.wav --type ogg", "--type ogg: aiff or wave or mp3 or flac is wanted"},
+      {"in.wav --type ogg", "--type ogg: aiff or wave or mp3 or flac or aac or alac is wanted"},
       {"in.wav --bits 8", "--bits 8: 16 or 24 is wanted"},
       {"in.wav --mono both", "mix or left or right is wanted"},
       {"in.wav --silence yes", "skip or split or stop is wanted"},

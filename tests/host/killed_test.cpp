@@ -1,10 +1,6 @@
 // A recording that is killed leaves a file that opens, with a header that is at most ten seconds old.
 #include <auspool/aurec.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 
 #include <chrono>
 #include <fstream>
@@ -12,46 +8,17 @@
 #include <thread>
 
 #include "base/byte_order.h"
+#include "host/recorder_process.h"
 #include "host/recordings.h"
 #include "support/mp3_file.h"
 #include "support/other_programs.h"
 #include "support/temp_dir.h"
-
-extern char **environ;
 
 namespace auspool::testing {
 namespace {
 
 constexpr int kRate = 8000;
 constexpr std::int64_t kStdioBuffer = 4096, kBlock = 1024;
-
-// auspool-record, recording for longer than the test lasts.
-class Recorder {
-public:
-  Recorder(const std::string &input, const std::string &out, const std::string &type, const std::string &bits) {
-    std::vector<std::string> words = {AUSPOOL_RECORD, "--json", "--out", out, "--type", type, "--bits", bits};
-    words.insert(words.end(), 200, input);
-    std::vector<char *> arguments;
-    for (std::string &word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    for (const int fd : {STDOUT_FILENO, STDERR_FILENO})
-      posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", O_WRONLY, 0);
-    if (posix_spawn(&process_, AUSPOOL_RECORD, &actions, nullptr, arguments.data(), environ) != 0) process_ = -1;
-    posix_spawn_file_actions_destroy(&actions);
-  }
-
-  bool running() const { return process_ > 0 && waitpid(process_, nullptr, WNOHANG) == 0; }
-
-  void kill() {
-    ::kill(process_, SIGKILL);
-    waitpid(process_, nullptr, 0);
-  }
-
-private:
-  pid_t process_ = -1;
-};
 
 // The count of frames in the header as it stands on the disk.
 std::int64_t frames_in_header(const std::string &path, bool wave, std::int64_t frame_bytes) {
@@ -66,7 +33,7 @@ class KilledRecording : public ::testing::TestWithParam<const char *> {};
 // Starts a recording, kills it at a moment of chance after the first refresh, and returns the file.
 std::string kill_one(const std::string &folder, const std::string &input, bool wave, bool wide, unsigned seed) {
   const std::string path = folder + (wave ? "/recording-001.wav" : "/recording-001.aiff");
-  Recorder recorder(input, folder, wave ? "wave" : "aiff", wide ? "24" : "16");
+  RecorderProcess recorder(input, folder, {"--type", wave ? "wave" : "aiff", "--bits", wide ? "24" : "16"});
   while (recorder.running() && frames_in_header(path, wave, wide ? 6 : 4) == 0)
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   std::mt19937 random(seed);
@@ -110,13 +77,7 @@ TEST_P(KilledRecording, OpensWithAHeaderOfTheLastTenSeconds) {
 // Runs a recording until its file has some bytes, and kills it at a moment of chance after that.
 std::string kill_early(const std::string &folder, const std::string &input, const std::string &type, unsigned seed) {
   const std::string path = folder + "/recording-001." + type;
-  Recorder recorder(input, folder, type, "16");
-  std::error_code none;
-  while (recorder.running() && (!std::filesystem::exists(path) || std::filesystem::file_size(path, none) < 4096))
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  std::this_thread::sleep_for(std::chrono::microseconds(std::mt19937(seed)() % 20000));
-  EXPECT_TRUE(recorder.running());
-  recorder.kill();
+  RecorderProcess(input, folder, {"--type", type}).kill_once_there(path, 4096, seed);
   return path;
 }
 
