@@ -146,6 +146,14 @@ TEST(M4aChapters, SamplesBeyondTheFileAreAnError) {
   EXPECT_EQ(read_chapters(chaptered_m4a("", audio_track({2}) + track, 3)).error, AUTAG2_EPRS);
 }
 
+TEST(M4aChapters, SampleThatEndsBeyondTheFileIsAnErrorOfTheFile) {
+  const auto with_offset = [](std::uint32_t offset) {
+    return chaptered_m4a("", audio_track({2}) + chapter_track(2, "text", "tx3g", {{text_sample("t"), 9}}, offset), 3);
+  };
+  const auto last = static_cast<std::uint32_t>(with_offset(0).size() - 1);
+  EXPECT_EQ(read_chapters(with_offset(last)).error, AUTAG2_EPRS);
+}
+
 TEST(M4aChapters, AreReadFromFilesOfFfmpeg) {
   NEED_PROGRAM("ffmpeg");
   const TempDir folder;
