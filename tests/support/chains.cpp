@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "auspool/filter_design.h"
-#include "resampler/stage.h"
+#include "resampler/stages/stage.h"
 
 namespace auspool::testing {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "resampler/chain.h"
+#include "resampler/chain/chain.h"
 #include "resampler/planning/stage_design.h"
 #include "support/tone.h"
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "resampler/fft_polyphase.h"
-#include "resampler/up_fft_polyphase.h"
+#include "resampler/stages/fft/fft_polyphase.h"
+#include "resampler/stages/fft/up_fft_polyphase.h"
 #include "support/chains.h"
 
 namespace auspool::testing {
