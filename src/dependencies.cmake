@@ -25,7 +25,7 @@ set(shared_modules ${modules})
 list(FILTER modules EXCLUDE REGEX "^lib(av|sw)")
 list(FILTER shared_modules INCLUDE REGEX "^lib(av|sw)")
 list(TRANSFORM shared_modules REPLACE "^lib" "-l")
-set_source_files_properties(platform/idle_sleep.cpp PROPERTIES COMPILE_DEFINITIONS
-  AUSPOOL_IDLE_SLEEP=$<BOOL:${AUSPOOL_IDLE_SLEEP}>)
+set_source_files_properties(platform/idle_sleep.cpp platform/power.cpp platform/login/bus.cpp PROPERTIES
+  COMPILE_DEFINITIONS AUSPOOL_IDLE_SLEEP=$<BOOL:${AUSPOOL_IDLE_SLEEP}>)
 list(JOIN modules " " AUSPOOL_PKG_REQUIRES)
 list(JOIN shared_modules " " AUSPOOL_PKG_LIBS)

@@ -1,14 +1,9 @@
 #include "platform/idle_sleep.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdint>
-#include <memory>
-
 #if AUSPOOL_IDLE_SLEEP
-#include <systemd/sd-bus.h>
+#include "platform/login/bus.h"
 #endif
 
 namespace auspool::platform {
@@ -16,30 +11,9 @@ namespace {
 
 #if AUSPOOL_IDLE_SLEEP
 
-constexpr std::uint64_t kMostWait = 500000;  // microseconds
-
-using Bus = std::unique_ptr<sd_bus, decltype(&sd_bus_flush_close_unref)>;
-using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
-
-Bus open_bus() {
-  sd_bus *bus = nullptr;
-  if (sd_bus_open_system(&bus) < 0) bus = nullptr;
-  if (bus) sd_bus_set_method_call_timeout(bus, kMostWait);
-  return {bus, sd_bus_flush_close_unref};
-}
-
-// https://www.freedesktop.org/wiki/Software/systemd/inhibit/
 int take_lease() {
-  const Bus bus = open_bus();
-  if (!bus) return -1;
-  sd_bus_message *answer = nullptr;
-  const int status = sd_bus_call_method(bus.get(), "org.freedesktop.login1", "/org/freedesktop/login1",
-                                        "org.freedesktop.login1.Manager", "Inhibit", nullptr, &answer, "ssss", "idle",
-                                        program_invocation_short_name, "Audio is running", "block");
-  const Message owned(answer, sd_bus_message_unref);
-  int lease = -1;
-  if (status < 0 || sd_bus_message_read(answer, "h", &lease) < 0) return -1;
-  return fcntl(lease, F_DUPFD_CLOEXEC, 3);  // the message closes its own
+  const login::Bus bus = login::open_bus();
+  return bus ? login::take_lease(bus.get(), "idle", "Audio is running", "block") : -1;
 }
 
 #else

@@ -1,5 +1,7 @@
 #include "platform/thread.h"
 
+#include <sched.h>
+
 #include <cerrno>
 #include <csignal>
 #include <memory>
@@ -71,6 +73,11 @@ void *Thread::enter(void *self) {
   const Thread &thread = *static_cast<Thread *>(self);
   thread.run_(thread.argument_);
   return nullptr;
+}
+
+bool prefer_this_thread() {
+  const sched_param lowest{sched_get_priority_min(SCHED_FIFO)};  // behind those that play
+  return pthread_setschedparam(pthread_self(), SCHED_FIFO, &lowest) == 0;
 }
 
 int start_detached(const char *name, void (*run)(void *), void *argument) {

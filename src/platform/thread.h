@@ -34,6 +34,10 @@ private:
   void *argument_ = nullptr;
 };
 
+// Asks that the calling thread run before all ordinary ones as soon as it has something to do, as one that is to keep a
+// pace of a thousandth of a second. False where the system does not allow it: then it runs as before.
+bool prefer_this_thread();
+
 // Runs `run(argument)` on such a thread that nobody waits for. `name` must live on. 0, or an errno value.
 int start_detached(const char *name, void (*run)(void *), void *argument);
 

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <thread>
 
+#include "support/hand_clock.h"
 #include "support/watch.h"
 
 namespace auspool::platform {
@@ -32,10 +34,20 @@ TEST(Clock, GivesWayToATestsOwn) {
   EXPECT_EQ(clock_ratio().numer, 1u);
 }
 
+TEST(Clock, TheTimeOfDayIsThatOfTheSystemUnlessATestGivesItsOwn) {
+  const auto seconds = static_cast<std::uint64_t>(std::time(nullptr));
+  EXPECT_GE(time_of_day() / 1000000, seconds);
+  EXPECT_LE(time_of_day() / 1000000, seconds + 60);
+  testing::HandClock clock;
+  clock.time_of_day = 5;
+  EXPECT_EQ(time_of_day(), 5u);
+}
+
 TEST(Clock, IsSafeOnARealTimeThread) {
   const testing::RealtimeGuard guard;
   clock_ticks();
   clock_ratio();
+  time_of_day();
 }
 
 }  // namespace

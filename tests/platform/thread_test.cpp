@@ -99,4 +99,25 @@ TEST(Thread, AllSignalsAreBlockedOnIt) {
   EXPECT_EQ(sigismember(&own, SIGUSR1), 0) << "and on no other";
 }
 
+TEST(Thread, IsPreferredWhereTheSystemAllowsIt) {
+  struct Found {
+    bool preferred = false;
+    int policy = -1;
+    static void look(void *at) {
+      Found &found = *static_cast<Found *>(at);
+      found.preferred = prefer_this_thread();
+      sched_param parameters{};
+      pthread_getschedparam(pthread_self(), &found.policy, &parameters);
+    }
+  } found;
+  Thread thread;
+  ASSERT_TRUE(thread.start("test", 0, Found::look, &found));
+  thread.join();
+  EXPECT_EQ(found.policy, found.preferred ? SCHED_FIFO : SCHED_OTHER);
+  int own = -1;
+  sched_param parameters{};
+  pthread_getschedparam(pthread_self(), &own, &parameters);
+  EXPECT_EQ(own, SCHED_OTHER) << "and no other thread is";
+}
+
 }  // namespace
