@@ -1,6 +1,7 @@
 // auspool-play: plays audio files on a sound device.
 #include <auspool/auplayer.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -58,8 +59,13 @@ class Playback {
 public:
   explicit Playback(const Settings &settings) : player_(auplayer2_create(), auplayer2_destroy) {
     if (!player_) throw std::bad_alloc();
-    for (const std::string &file : settings.files) total_ += AudioInput(file).seconds();
-    auplayer2_set_options(player_.get(), &settings.options);
+    AuPlayerOptions options = settings.options;
+    for (const std::string &file : settings.files) {
+      const AudioInput input(file);
+      total_ += input.seconds();
+      options.ring_frames = std::max(options.ring_frames, ring_for(input.rate()));
+    }
+    auplayer2_set_options(player_.get(), &options);
     auplayer2_set_gain(player_.get(), static_cast<float>(std::pow(10.0, settings.gain / 20)));
     const int32_t status = auplayer2_start(player_.get());
     if (status == AUPLAYER_NO_DEFAULT_DEVICE) throw std::runtime_error("there is no default output device");
@@ -99,6 +105,11 @@ private:
   static constexpr double kAhead = 0.5;  // seconds
   static constexpr std::chrono::milliseconds kLook{5};
   static constexpr std::chrono::seconds kPatience{5};
+
+  // Room for what is played ahead and the block behind it, and to spare: what finds none would be lost.
+  static uint32_t ring_for(float rate) {
+    return static_cast<uint32_t>(kAhead * static_cast<double>(rate)) + 2 * kBlock;
+  }
 
   // Waits until at most so many seconds wait in the ring. A device may go and another come; but not for ever.
   bool wait_until_waiting(double most) {

@@ -55,7 +55,8 @@ typedef struct AuLineOptions {
   uint32_t buffer_frames; /* frames a cycle to ask the device for, up to 4096; 0: leave it; without a device 0 is 256 */
 } AuLineOptions;
 
-/* The two channels of a block, each sample beside the next, at `rate`. What the callback leaves in them is of no
+/* The two channels of a block, each sample beside the next, at `rate`: a cycle of the device, or parts of at most 8192
+ * frames of a longer one. What the callback leaves in them is of no
  * consequence. A rate that the device changes to shows here from the next block on. */
 typedef void (*auline_callback)(void *context, const au_channel_pair *channels, int32_t frames, float rate);
 

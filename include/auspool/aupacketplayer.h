@@ -38,8 +38,9 @@
  * - Capacity. The player holds as many packets as it was created for, and silently drops more: of those that were
  *   queued since the output last asked, the oldest. Twice the packets of the lead is a good size.
  * - Long packets. A packet of more than 81920 frames ends the process.
- * - Timestamps are finite and above 0, and rise: a packet that is not later than the last one started is dropped, also
- *   after a flush. A packet far in the future, once played, therefore silences all that is due before it.
+ * - Timestamps are finite and above 0, and rise: another packet is dropped, and so is one that is not later than the
+ * last one started is dropped, also after a flush. A packet far in the future, once played, therefore silences all that
+ * is due before it.
  * - Stability. The controller takes one step a call. With B output frames a call and P frames a packet at rate R it
  *   settles as long as P < (0.2 + 12 B / R) * B * B / 5.09; the factor is that of 44.1 kHz. There that is
  *
@@ -59,6 +60,9 @@
  * - Bias. The time of a call's first frame is compared with that of a packet still to be played, so in balance audio is
  *   heard late: by a third of a call when calls are shorter than packets, by up to half a packet when they are longer,
  *   3.8 ms for packets of 441 and calls of 512 frames.
+ * - Whole blocks. A call's first frame is taken to be heard its latency after the call. Ask for all frames of an
+ *   output's cycle at once: the second of two calls is judged as due too early by the length of the first, and the
+ *   audio ends up late by half of that. A device player as the output asks for whole cycles of up to 8192 frames.
  * - Resuming. When packets run out, the next one to come is played at once, even if its time is yet to come; a lead of
  *   more than 50 ms then shows within seconds, and the player waits for the rest of it.
  *

@@ -89,7 +89,8 @@ AUSPOOL_API AuPlayerOptions auplayer2_options(const auplayer2 *player);
 AUSPOOL_API void auplayer2_set_options(auplayer2 *player, const AuPlayerOptions *options);
 
 /* Fills the two channels with `frames` frames at `rate`, the device's rate cut to a whole number: left frame i is
- * channels->left[i * stride]. On the IO thread; 4096 frames at most. */
+ * channels->left[i * stride]. On the IO thread; a cycle of the device at once,
+ * or 8192 frames of a longer one. */
 typedef void (*auplayer2_audio_function)(const au_channel_pair *channels, int32_t stride, int32_t frames, int32_t rate,
                                          void *context);
 typedef struct auplayer2_audio_callback {

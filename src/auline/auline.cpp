@@ -93,7 +93,9 @@ void auline::stop() {
   devices.remove_listener(working_device, kFormat, device_property_proc, this);
 }
 
+// From the look until it is stored no other thread looks, so that none stores an older rate over a newer one.
 void auline::read_rate() {
+  const std::lock_guard hold(rate_lock);
   if (StreamFormat format; devices.get(working_device, kFormat, &format) == 0) rate = static_cast<float>(format.rate);
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 
 #include "auplayer/buffer_info.h"
 #include "auspool/auline.h"
@@ -25,6 +26,7 @@ struct auline {
   auline_callback callback = nullptr;
   auspool::Relaxed<std::int32_t> active = 0;
   auspool::Relaxed<float> rate = 0.0f;  // the listener thread changes it under the IO thread
+  std::mutex rate_lock;
   std::uint32_t working_left = 0, working_right = 0;
   struct auspool::buffer_info_cache buffer_info_cache;
   auspool::platform::Timer timer;
@@ -35,6 +37,11 @@ struct auline {
   // The pass: hands what it hears to the callback, on the device's IO thread or the timer's. Takes no lock and
   // allocates nothing.
   void line_io_proc(const auspool::platform::BufferList *buffers);
+
+  // Looks at the rate again where the format has changed.
+  static auspool::platform::DeviceStatus device_property_proc(auspool::platform::ObjectId device, std::uint32_t count,
+                                                              const auspool::platform::PropertyAddress *addresses,
+                                                              void *self);
 
 private:
   std::int32_t start_silence();
@@ -50,7 +57,4 @@ private:
                                                         const auspool::platform::TimeStamp *,
                                                         auspool::platform::BufferList *,
                                                         const auspool::platform::TimeStamp *, void *self);
-  static auspool::platform::DeviceStatus device_property_proc(auspool::platform::ObjectId device, std::uint32_t count,
-                                                              const auspool::platform::PropertyAddress *addresses,
-                                                              void *self);
 };

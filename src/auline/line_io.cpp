@@ -11,7 +11,6 @@ namespace {
 
 constexpr float kSilenceRate = 44100.0f;
 constexpr std::uint32_t kSilenceFrames = 256, kMostSilenceFrames = 1 << 20;
-constexpr std::uint32_t kMostFrames = 4096;  // that a copy hands on at once: a bounded place on the stack
 
 }  // namespace
 
@@ -35,10 +34,10 @@ void auline::line_io_proc(const BufferList *buffers) {
 }
 
 void auline::copy_and_call(const ChannelDescriptor (&channels)[2], std::uint32_t frames) {
-  float left[kMostFrames], right[kMostFrames];
+  float left[kMostCycleFrames], right[kMostCycleFrames];
   const au_channel_pair pair = {left, right};
-  for (std::size_t done = 0; done < frames; done += kMostFrames) {
-    const std::size_t count = std::min<std::size_t>(frames - done, kMostFrames);
+  for (std::size_t done = 0; done < frames; done += kMostCycleFrames) {
+    const std::size_t count = std::min<std::size_t>(frames - done, kMostCycleFrames);
     for (std::size_t i = 0; i < count; ++i) {
       left[i] = channels[0].data[(done + i) * channels[0].stride];
       right[i] = channels[1].data[(done + i) * channels[1].stride];

@@ -138,18 +138,15 @@ DeviceStatus Player::start_device_held(ObjectId device) {
 }
 
 void Player::read_device_rate(ObjectId device) {
+  const std::lock_guard hold(rate_lock);
   double rate = static_cast<double>(kDefaultRate);
   devices.get(device, platform::kNominalRate, &rate);
-  device_rate_is(static_cast<float>(rate));
+  if (device_rate == static_cast<float>(rate)) return;
+  device_rate = static_cast<float>(rate);
+  device_rate_changed();
 }
 
 // ---- Changes ----
-
-void Player::device_rate_is(float rate) {
-  if (device_rate == rate) return;
-  device_rate = rate;
-  device_rate_changed();
-}
 
 // The ring is kept: playback goes on where it was. A restart that fails leaves the player active, and the next change
 // tries again.

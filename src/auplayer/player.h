@@ -5,7 +5,9 @@
 //
 // `control` is held by whatever starts, stops or restarts IO: the host, or the listener thread when the default device
 // changes. The IO thread and device_listener_proc never take it, for who holds it waits for them. `lock` is held only
-// around the writing into the ring and its resizing, so that a host's play never waits for a device.
+// around the writing into the ring and its resizing, so that a host's play never waits for a device. `rate_lock` is
+// held from a look at the device's rate until it is stored: of two threads that look at once, none then stores the
+// older.
 #pragma once
 
 #include <atomic>
@@ -64,7 +66,7 @@ public:
   Relaxed<float> device_rate = 44100.0f;
   Relaxed<std::uint32_t> active = 0;
   mutable std::mutex control;
-  std::mutex lock;
+  std::mutex lock, rate_lock;
   std::unique_ptr<rbuffer2, decltype(&rbuffer2_destroy)> ring{nullptr, rbuffer2_destroy};
   std::uint32_t out_left_channel = 0, out_right_channel = 0;
   struct buffer_info_cache buffer_info_cache;
@@ -76,7 +78,7 @@ public:
 
 protected:
   // The most frames, of the ring or of the device, that a pass works on at once: so its place on the stack is bounded.
-  static constexpr std::int32_t kMostFrames = 4096;
+  static constexpr std::int32_t kMostFrames = platform::kMostCycleFrames;
 
   // ---- What differs ----
   // No IO runs.
@@ -110,7 +112,6 @@ private:
   void restart_on_default_device();
   std::int32_t set_ring_bytes(std::uint64_t bytes);
   void read_device_rate(platform::ObjectId device);
-  void device_rate_is(float rate);
 
   void write_to_ring(const au_channel_pair &channels, std::int32_t stride, std::uint32_t frames);
   void move_position(std::uint32_t frames, float rate);

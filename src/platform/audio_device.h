@@ -32,7 +32,8 @@
 //   inside it, it does not wait. Afterwards it is never called again.
 // - IO procs are called on the backend's real-time thread, and must be fit for it. stop and destroy_io_proc wait while
 //   that proc runs; afterwards it is not called again, until the next start.
-// - An operation may allocate and wait for the sound system, for a second at most, and then gives a status.
+// - An operation may allocate and wait for the sound system, for a second at most, and then gives a status. The first
+//   start waits for the login service, too, which keeps the computer awake; for another second at most.
 //
 // Devices that go away. Their IO procs are not called any more and their listeners are forgotten. Afterwards every
 // operation on the device gives AUDEVICE_BAD_OBJECT and does no harm: stop, destroy_io_proc and remove_listener are
@@ -132,6 +133,10 @@ struct BufferListOf {
   DeviceBuffer buffers[N];
 };
 static_assert(sizeof(BufferListOf<3>) == 8 + 3 * 16);
+
+// Cycles of up to so many frames, the longest that sound systems are set to as a rule, are handed on whole. What is
+// longer comes in several calls: so the places on the stack are bounded.
+inline constexpr std::uint32_t kMostCycleFrames = 8192;
 
 // Moves one cycle of audio, on the real-time thread. `input` or `output` is null for a direction that the device has
 // not. Output buffers are zeroed, and every proc of a device has its own: what they leave there is mixed. The lists and

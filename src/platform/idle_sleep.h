@@ -12,8 +12,8 @@ public:
   IdleSleepInhibitor(const IdleSleepInhibitor &) = delete;
   IdleSleepInhibitor &operator=(const IdleSleepInhibitor &) = delete;
 
-  // Asks for it, unless it is held. May wait for the service, for half a second at most; one that does not answer is
-  // not asked again before the next release. Returns whether it is held.
+  // Asks for it, unless it is held. May wait for the bus and then for the service, half a second each at most; one that
+  // does not answer is not asked again before the next release. Returns whether it is held.
   bool hold();
   void release();
 

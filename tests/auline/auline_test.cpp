@@ -214,11 +214,18 @@ TEST_F(Line, DistrustsAPreferredPairWithA0) {
 }
 
 TEST_F(Line, HandsOnLargeBlocksInParts) {
-  const std::uint32_t id = add_input(kInterleaved, [](ausim_device &device) { device.buffer_frames = 5000; });
+  const std::uint32_t id = add_input(kInterleaved, [](ausim_device &device) { device.buffer_frames = 9000; });
   start();
   ausim_run(devices, id, 1);
-  EXPECT_EQ(counts, (std::vector<int>{4096, 904}));
-  EXPECT_EQ(left, channel(1, 5000));
+  EXPECT_EQ(counts, (std::vector<int>{8192, 808}));
+  EXPECT_EQ(left, channel(1, 9000));
+}
+
+TEST_F(Line, HandsOnACycleOf8192FramesWhole) {
+  const std::uint32_t id = add_input(kInterleaved, [](ausim_device &device) { device.buffer_frames = 8192; });
+  start();
+  ausim_run(devices, id, 1);
+  EXPECT_EQ(counts, (std::vector<int>{8192}));
 }
 
 TEST_F(Line, WhatTheCallbackLeavesStaysWithIt) {
@@ -390,6 +397,33 @@ TEST_F(Line, ARateThatChangesReachesTheCallbackWithoutARestart) {
   ausim_run(devices, id, 1);
   EXPECT_EQ(rate, 96000.0f);
   EXPECT_TRUE(devices.take_operations(AUSIM_START).empty());
+}
+
+// Otherwise the one that looked first might be the last to store what it saw.
+TEST_F(Line, OneThreadAtATimeLooksAtTheRate) {
+  const std::uint32_t id = add_input(kInterleaved);
+  start();
+  std::atomic<int> looking = 0;
+  std::atomic<bool> together = false;
+  std::thread other;
+  const auto look = [&] {
+    const platform::PropertyAddress format = platform::stream_format(platform::kInput);
+    auline::device_property_proc(id, 1, &format, line);
+  };
+  devices.on_operation = [&](const DeviceOperation &operation) {
+    if (operation.kind != AUSIM_GET || operation.selector != "sfmt") return 0;
+    if (++looking > 1) together = true;
+    if (!other.joinable()) {
+      other = std::thread(look);
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    --looking;
+    return 0;
+  };
+  look();
+  other.join();
+  devices.on_operation = nullptr;
+  EXPECT_FALSE(together);
 }
 
 TEST_F(Line, AFormatThatCannotBeReadLeavesTheRate) {

@@ -1,4 +1,8 @@
 // Devices that change under a player.
+#include <atomic>
+#include <chrono>
+#include <thread>
+
 #include "players.h"
 
 namespace auspool::testing {
@@ -130,6 +134,29 @@ TYPED_TEST(PlayerChanges, AChangeToNoDeviceOptionCountsForTheNextChange) {
   this->set_options([](AuPlayerOptions &options) { options.device = AUPLAYER_NO_DEVICE; });
   this->make_default(this->second);
   EXPECT_EQ(TypeParam::device(this->player), this->first);
+}
+
+// Otherwise the one that looked first might be the last to store what it saw.
+TYPED_TEST(PlayerChanges, OneThreadAtATimeLooksAtTheRate) {
+  this->start();
+  std::atomic<int> looking = 0;
+  std::atomic<bool> together = false;
+  std::thread other;
+  const auto look = [&] { Player::device_listener_proc(this->first, 1, &platform::kNominalRate, this->player); };
+  this->devices.on_operation = [&](const DeviceOperation &operation) {
+    if (operation.kind != AUSIM_GET || operation.selector != "nsrt") return 0;
+    if (++looking > 1) together = true;
+    if (!other.joinable()) {
+      other = std::thread(look);
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    --looking;
+    return 0;
+  };
+  look();
+  other.join();
+  this->devices.on_operation = nullptr;
+  EXPECT_FALSE(together);
 }
 
 TYPED_TEST(PlayerChanges, OnlyTheRateOfItsOwnDeviceMatters) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -101,6 +102,16 @@ TEST(PlayProgram, PlaysFilesToTheirEnd) {
   EXPECT_NEAR(last["position"].get<double>() + last["latency"].get<double>(), 0.5, 1e-3);
   EXPECT_NEAR(last["latency"].get<double>(), 256 / 48000.0, 1e-4);
   EXPECT_EQ(last["device"], "Simulated output");
+}
+
+// A second of it is more than a ring of the usual size holds. The device takes no audio faster than it plays it.
+TEST(PlayProgram, TakesAsLongAsAFileOfAHighRate) {
+  const TempDir dir;
+  write_source(dir.file("high.wav"), 192000, 2, noise(2 * 192000, 3));
+  const auto begin = std::chrono::steady_clock::now();
+  const ProgramResult result = run(std::string(AUSPOOL_PLAY) + " " + quoted(dir.file("high.wav")) + kSimulated);
+  ASSERT_EQ(result.status, 0) << result.errors;
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900)) << "some was not played";
 }
 
 TEST(PlayProgram, SaysWhatIsWrong) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "auspool/auplayer.h"
 #include "support/login_service.h"
 #include "support/simulated_devices.h"
@@ -18,6 +20,15 @@ TEST(IdleSleepWithoutABus, IsNotHeldAndNothingHappens) {
   EXPECT_FALSE(inhibitor.hold());
   inhibitor.release();
   inhibitor.release();
+}
+
+// The library that speaks to it would wait for 90 seconds.
+TEST(IdleSleepOnASilentBus, IsGivenUpSoon) {
+  const auspool::testing::SilentBus bus;
+  IdleSleepInhibitor inhibitor;
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_FALSE(inhibitor.hold());
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
 }
 
 class IdleSleep : public ::testing::Test {
@@ -50,6 +61,19 @@ TEST_F(IdleSleep, IsInhibitedWhileHeld) {
   EXPECT_TRUE(wait_for_none());
   EXPECT_TRUE(inhibitor.hold());
   EXPECT_EQ(inhibitors(), 1);
+}
+
+TEST_F(IdleSleep, IsNotHeldWhereTheServiceDoesNotAnswerAndAskedForAgainAfterARelease) {
+  service->pause(true);
+  IdleSleepInhibitor inhibitor;
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_FALSE(inhibitor.hold());
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+  service->pause(false);
+  EXPECT_TRUE(wait_for_none()) << "what came of the question after all has no taker";
+  EXPECT_FALSE(inhibitor.hold()) << "not before it was released";
+  inhibitor.release();
+  EXPECT_TRUE(inhibitor.hold());
 }
 
 TEST_F(IdleSleep, IsInhibitedWhileAudioRunsUnlessItIsAllowed) {

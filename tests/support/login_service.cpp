@@ -1,5 +1,9 @@
 #include "support/login_service.h"
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 #include <cstdlib>
 
 #include "support/other_programs.h"
@@ -52,6 +56,20 @@ service.EmitSignal("org.freedesktop.login1.Manager", "PrepareForSleep", "b", [sy
                    dbus_interface="org.freedesktop.DBus.Mock")
 )";
   (void)output_of(quoted(kPython) + " -c " + quoted(script) + " " + quoted(address_) + (begins ? " begins" : " ends"));
+}
+
+SilentBus::SilentBus() : socket_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  const std::string path = dir_.file("bus");
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  EXPECT_EQ(bind(socket_, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+  EXPECT_EQ(listen(socket_, 8), 0);
+  setenv(kAddress, ("unix:path=" + path).c_str(), 1);
+}
+SilentBus::~SilentBus() {
+  unsetenv(kAddress);
+  close(socket_);
 }
 
 NoBus::NoBus() {

@@ -2,6 +2,7 @@
 // with the scope.
 #pragma once
 
+#include <csignal>
 #include <optional>
 #include <string>
 
@@ -30,6 +31,9 @@ public:
   // Tells all who listen that sleep begins, or that it is over.
   void prepare_for_sleep(bool begins) const;
 
+  // Lets the service answer nothing for a while.
+  void pause(bool paused) { service_.signal(paused ? SIGSTOP : SIGCONT); }
+
   // The bus goes, and with it all that was on it.
   void kill_bus() { bus_.end(); }
 
@@ -40,6 +44,19 @@ private:
   std::string address_;
   Background bus_, service_;
   bool ready_ = false;
+};
+
+// A bus that takes connections and says nothing, for the length of a scope.
+class SilentBus {
+public:
+  SilentBus();
+  ~SilentBus();
+  SilentBus(const SilentBus &) = delete;
+  SilentBus &operator=(const SilentBus &) = delete;
+
+private:
+  TempDir dir_;
+  const int socket_;
 };
 
 // Where there is no bus, for the length of a scope.

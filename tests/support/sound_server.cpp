@@ -133,6 +133,10 @@ void Background::end(int signal) {
   pid_ = 0;
 }
 
+void Background::signal(int number) const {
+  if (pid_ > 0) ::kill(pid_, number);
+}
+
 // ---- The server ----
 
 SoundServer::SoundServer(NotYet) {

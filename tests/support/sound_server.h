@@ -32,6 +32,7 @@ public:
 
   void start(const std::vector<std::string> &command, const std::string &log);
   void end(int signal = 9);  // and waits for it
+  void signal(int number) const;
 
 private:
   pid_t pid_ = 0;

@@ -33,7 +33,9 @@ float next_output_rate(aupacketplayer &ctx, float rate) {
   return std::min(44100.0f * rate / 42000.0f, std::max(rate * 42000.0f / 44100.0f, corrected));
 }
 
+// A latency that was no number must not stay in the average for good.
 void smooth_offset(aupacketplayer &ctx, double delta, std::uint32_t remaining) {
+  if (!std::isfinite(delta)) return;
   const double keep = std::exp2(-static_cast<double>(remaining) / (kHalfLife * static_cast<double>(ctx.sample_rate)));
   ctx.offset = keep * ctx.offset + (1.0 - keep) * delta;
 }

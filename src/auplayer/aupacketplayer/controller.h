@@ -15,6 +15,7 @@ inline constexpr double kMostOffset = 0.05;
 float next_output_rate(aupacketplayer &ctx, float rate);
 
 // Moves the offset towards `delta`, as far as `remaining` frames of audio go: 2 seconds of audio go half the way.
+// One that is not finite moves nothing.
 void smooth_offset(aupacketplayer &ctx, double delta, std::uint32_t remaining);
 
 }  // namespace auspool

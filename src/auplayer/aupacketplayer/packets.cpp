@@ -1,5 +1,6 @@
 #include "auplayer/aupacketplayer/packets.h"
 
+#include <cmath>
 #include <cstddef>
 
 #include "auplayer/aupacketplayer/context.h"
@@ -40,7 +41,7 @@ void StealPackets(aupacketplayer &ctx) {
       flush(ctx);
       flushed = true;
     } else if (!flushed) {
-      if (is_too_old(ctx, *packet)) {
+      if (!std::isfinite(packet->timestamp) || is_too_old(ctx, *packet)) {
         log(ctx, kPacketDetail, "rejecting packet %f", packet->timestamp);
       } else if (auheap_add(ctx.heap.get(), node)) {
         continue;

@@ -5,22 +5,38 @@
 #include <fcntl.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 
 namespace auspool::platform::login {
 namespace {
 
-constexpr std::uint64_t kMostWait = 500000;  // microseconds
+constexpr std::chrono::microseconds kMostWait(500000);
 
 using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
+
+// A call would wait for the greeting as long as the library likes, 90 seconds; so we wait for it ourselves.
+bool is_greeted_in_time(sd_bus *bus) {
+  using std::chrono::steady_clock;
+  const auto end = steady_clock::now() + kMostWait;
+  while (sd_bus_is_ready(bus) == 0) {
+    const auto left = std::chrono::ceil<std::chrono::microseconds>(end - steady_clock::now());
+    if (left.count() <= 0) return false;
+    const int worked = sd_bus_process(bus, nullptr);
+    if (worked < 0 || (worked == 0 && sd_bus_wait(bus, static_cast<std::uint64_t>(left.count())) < 0)) return false;
+  }
+  return true;
+}
 
 }  // namespace
 
 Bus open_bus() {
-  sd_bus *bus = nullptr;
-  if (sd_bus_open_system(&bus) < 0) bus = nullptr;
-  if (bus) sd_bus_set_method_call_timeout(bus, kMostWait);
-  return {bus, sd_bus_flush_close_unref};
+  sd_bus *opened = nullptr;
+  if (sd_bus_open_system(&opened) < 0) opened = nullptr;
+  Bus bus(opened, sd_bus_close_unref);
+  if (!bus || !is_greeted_in_time(opened)) return {nullptr, sd_bus_close_unref};
+  sd_bus_set_method_call_timeout(opened, kMostWait.count());
+  return bus;
 }
 
 int take_lease(sd_bus *bus, const char *what, const char *why, const char *mode) {

@@ -12,9 +12,9 @@ inline constexpr const char *kService = "org.freedesktop.login1";
 inline constexpr const char *kPath = "/org/freedesktop/login1";
 inline constexpr const char *kManager = "org.freedesktop.login1.Manager";
 
-using Bus = std::unique_ptr<sd_bus, decltype(&sd_bus_flush_close_unref)>;
+using Bus = std::unique_ptr<sd_bus, decltype(&sd_bus_close_unref)>;  // a flush could wait for a greeting
 
-// Null where there is none. A call on it waits for half a second at most.
+// Null where there is none that greets us. Waits for half a second at most, and so does a call on it.
 Bus open_bus();
 
 // Asks for an inhibitor: https://www.freedesktop.org/wiki/Software/systemd/inhibit/

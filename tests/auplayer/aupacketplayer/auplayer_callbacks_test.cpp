@@ -14,10 +14,11 @@ class OnADevice : public PacketPlayer {
 protected:
   static constexpr double kCycle = 512 / 44100.0;
 
-  // An output of 44100 Hz and 512 frames a cycle with so much latency beyond its buffer.
-  void start(std::uint32_t latency_frames) {
+  // An output of 44100 Hz with so much latency beyond its buffer.
+  void start(std::uint32_t latency_frames, std::uint32_t cycle_frames = 512) {
     ausim_device device = output_device(kInterleaved);
     device.output_latency = latency_frames;
+    device.buffer_frames = cycle_frames;
     ausim_set_time(devices_, clock_.ticks);
     id_ = devices_.add_default_output(device);
     aupacketplayer_set_auplayer_callbacks(player_);
@@ -102,6 +103,27 @@ TEST_F(OnADevice, DriftIsFollowed) {
   EXPECT_NEAR(sum / counted, -kDrift, 1e-6);  // the output is slow by as much
   EXPECT_LT(latest - earliest, 0.5e-3);
   EXPECT_EQ(std::count_if(heard_.begin(), heard_.end(), [](float sample) { return sample == 0.0f; }), 0);
+}
+
+// How late a packet is heard once the controller has settled, by what comes out.
+TEST_F(OnADevice, LongCyclesAreHeardAtTheirTimesToo) {
+  constexpr double kPacket = 441 / 44100.0, kFirst = kStart + 0.5;
+  start(0, 8192);
+  aupacketplayer_set_resample_continuously(player_, 1);
+  std::int64_t packets = 0;
+  double heard_from = 0;
+  while (now() < kStart + 200) {
+    for (double due; (due = kFirst + static_cast<double>(packets) * kPacket) < now() + 0.55; ++packets) {
+      play(441, due, static_cast<float>(packets));
+    }
+    heard_.clear();
+    run(1);
+    heard_from = now() + 8192 / 44100.0;
+  }
+  const float next = std::floor(heard_.front()) + 1.0f;  // the first packet that begins in this cycle
+  const auto begin = std::ranges::find_if(heard_, [next](float sample) { return sample > next - 0.5f; });
+  const double heard_at = heard_from + static_cast<double>(begin - heard_.begin()) / 44100.0;
+  EXPECT_NEAR(heard_at, kFirst + static_cast<double>(next) * kPacket, 0.02);
 }
 
 TEST_F(OnADevice, ControlReachesTheDevicePlayer) {

@@ -76,6 +76,31 @@ TEST_F(Controller, GivesARateOfTheBandEvenForNoNumber) {
   EXPECT_EQ(next_output_rate(*player_, 44100.0f), 42000.0f);
 }
 
+// A latency that is no number for a while must not stay in the average for good.
+TEST_F(Controller, AnOffsetThatIsNotFiniteMovesNothing) {
+  begin(1000);
+  for (const double wrong : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+    for (const std::uint32_t remaining : {0u, 500u}) {
+      player_->offset = 0.01;
+      smooth_offset(*player_, wrong, remaining);
+      smooth_offset(*player_, -wrong, remaining);
+      EXPECT_EQ(player_->offset, 0.01);
+    }
+  }
+}
+
+TEST_F(Controller, SurvivesAnAdjustmentThatIsNoNumber) {
+  begin(1000);
+  play(10000, kStart + 1000 / 44100.0);
+  aupacketplayer_set_time_adjustment(player_, std::numeric_limits<double>::quiet_NaN());
+  get(2000);
+  get(2000);
+  aupacketplayer_set_time_adjustment(player_, 0.0);
+  get(2000);
+  EXPECT_FALSE(std::isnan(player_->offset));
+  EXPECT_FALSE(std::isnan(player_->rate_correction));
+}
+
 // The step comes before the call looks at its packets: it goes by what the call before has found.
 TEST_F(Controller, UsesTheOffsetOfTheCallBefore) {
   begin(100);

@@ -1,6 +1,8 @@
 // From the queue to the heap: order, what is rejected, flushes, and a full heap.
 #include "auplayer/aupacketplayer/packets.h"
 
+#include <limits>
+
 #include "auplayer/aupacketplayer/player_fixture.h"
 
 namespace auspool::testing {
@@ -44,6 +46,17 @@ TEST_F(PacketPlayer, RejectsTimestampsThatAreNotAboveZeroFromTheStart) {
   get(0);
   EXPECT_EQ(logged(), (Lines{"3 rejecting packet -3.000000", "3 rejecting packet 0.000000"}));
   EXPECT_EQ(first_packet(*player_).timestamp, 1e-9);
+}
+
+// Played, the infinite one would silence all that comes after it.
+TEST_F(PacketPlayer, RejectsTimestampsThatAreNotFinite) {
+  begin(10);
+  play(10, std::numeric_limits<double>::infinity());
+  play(10, -std::numeric_limits<double>::infinity());
+  play(10, kStart + 10 / 44100.0, 2.0f);
+  EXPECT_EQ(held_values_of(get(25)), (HeldValues{{0, 2}, {1, 10}, {2, 10}, {0, 3}}));
+  EXPECT_EQ(logged(), (Lines{"3 rejecting packet -inf", "3 rejecting packet inf", "1 Empty buffer!"}));
+  EXPECT_EQ(player_->last_timestamp, kStart + 10 / 44100.0);
 }
 
 TEST_F(PacketPlayer, OfEqualTimestampsTheFirstQueuedIsPlayedAndTheOtherSkipped) {

@@ -14,7 +14,7 @@ IoCycle::IoCycle(ObjectId device, std::uint32_t channels, IoProc proc, void *cli
       channels_(channels),
       proc_(proc),
       client_(client),
-      samples_(std::size_t{kMostFrames} * channels) {
+      samples_(std::size_t{kMostCycleFrames} * channels) {
   list_.list.count = 1;
   list_.buffers[0] = {channels, 0, samples_.data()};
 }
@@ -33,7 +33,7 @@ template <typename Step>
 void IoCycle::in_steps(std::uint32_t frames, const Step &step) {
   first_frame_ = frames_run_;
   for (std::uint32_t done = 0; done < frames;) {
-    const std::uint32_t now = std::min(frames - done, kMostFrames);
+    const std::uint32_t now = std::min(frames - done, kMostCycleFrames);
     list_.buffers[0].bytes = now * channels_ * 4;
     step(std::size_t{done} * channels_, std::size_t{now} * channels_);
     frames_run_ += now;

@@ -16,9 +16,6 @@ struct CycleMoment {
 
 class IoCycle {
 public:
-  // So many frames are given to a proc at once; longer cycles bring several calls.
-  static constexpr std::uint32_t kMostFrames = 8192;
-
   IoCycle(ObjectId device, std::uint32_t channels, IoProc proc, void *client);
 
   // On the real-time thread: takes no lock, allocates nothing, makes no system call. Samples are interleaved.

@@ -91,15 +91,15 @@ TEST(IoCycle, KeepsListAndDataWhereTheyAre) {
 TEST(IoCycle, CallsTheProcAgainForCyclesLongerThanItsBuffer) {
   Probe probe;
   IoCycle cycle(7, 2, Probe::run, &probe);
-  const std::uint32_t frames = 2 * IoCycle::kMostFrames + 5;
+  const std::uint32_t frames = 2 * kMostCycleFrames + 5;
   std::vector<float> samples(2 * frames), expected(2 * frames);
   std::iota(expected.begin(), expected.end(), 1.0f);
   cycle.play(samples.data(), frames, {5000000000, 0.0, 8192.0});
   EXPECT_EQ(samples, expected);
   ASSERT_EQ(probe.calls, 3u);
-  EXPECT_EQ(probe.frames[0], IoCycle::kMostFrames);
+  EXPECT_EQ(probe.frames[0], kMostCycleFrames);
   EXPECT_EQ(probe.frames[2], 5u);
-  EXPECT_EQ(probe.now.sample_time, 2 * IoCycle::kMostFrames);
+  EXPECT_EQ(probe.now.sample_time, 2 * kMostCycleFrames);
   EXPECT_EQ(probe.now.host_time, 7000000000u) << "two buffers of one second later";
 }
 
