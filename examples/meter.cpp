@@ -10,9 +10,9 @@
 #include <thread>
 
 #include "common/audio_input.h"
+#include "common/capture_input.h"
 #include "common/command_line.h"
 #include "common/device.h"
-#include "meter/capture_input.h"
 #include "meter/display.h"
 #include "meter/history.h"
 #include "meter/picture.h"
@@ -121,7 +121,7 @@ int run(Input &input, const Settings &settings) {
 int run(const Settings &settings) {
   if (settings.capture) {
     example::choose_backend(settings.backend);
-    meter::CaptureInput input;
+    example::CaptureInput input;
     return run(input, settings);
   }
   AudioInput input(settings.input);

@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-namespace meter {
+namespace example {
 
 class CaptureInput {
 public:
@@ -32,4 +32,4 @@ private:
   std::unique_ptr<auline, void (*)(auline *)> line_;  // ends first: its thread writes the ring
 };
 
-}  // namespace meter
+}  // namespace example

@@ -1,11 +1,11 @@
-#include "meter/capture_input.h"
+#include "common/capture_input.h"
 
 #include <chrono>
 #include <thread>
 
 #include "common/device.h"
 
-namespace meter {
+namespace example {
 namespace {
 
 constexpr int kFrameBytes = 2 * sizeof(float);
@@ -17,7 +17,7 @@ CaptureInput::CaptureInput()
     : ring_(rbuffer_create(kRingFrames * kFrameBytes, 0), rbuffer_destroy), line_(auline_create(), auline_destroy) {
   if (!ring_ || !line_) throw std::bad_alloc();
   const std::int32_t status = auline_start(line_.get(), hear, this);
-  if (status != 0) throw std::runtime_error("the input device does not start" + example::status_text(status));
+  if (status != 0) throw std::runtime_error("the input device does not start" + status_text(status));
   (void)wait_for(kFrameBytes);
 }
 
@@ -43,7 +43,7 @@ bool CaptureInput::wait_for(int bytes) const {
   constexpr std::chrono::seconds kPatience{5};
   const auto begun = std::chrono::steady_clock::now();
   while (rbuffer_used_space(ring_.get()) < bytes) {
-    if (example::interrupted()) return false;
+    if (interrupted()) return false;
     if (std::chrono::steady_clock::now() - begun > kPatience) throw std::runtime_error("the device brings no audio");
     std::this_thread::sleep_for(kLook);
   }
@@ -64,4 +64,4 @@ int CaptureInput::read(int frames) {
   return frames;
 }
 
-}  // namespace meter
+}  // namespace example
