@@ -46,9 +46,10 @@ struct Host {
     if (settings.json && !object.is_null()) console.say(object);
   }
 
-  // Reports a file as another library sees it.
+  // Reports a file as another library sees it. Of MPEG-4 an empty one is finished too, while it is being deleted.
   void finished(const File &file) try {
     const record::WrittenFile written = record::look_at(file.path);
+    if (written.frames == 0) return;
     const std::lock_guard lock(mutex);
     ++finished_files;
     finished_seconds += written.seconds;
@@ -58,7 +59,7 @@ struct Host {
                                                                                     {"bytes", fs::file_size(file.path)},
                                                                                     {"index", file.index}});
   } catch (const std::exception &error) {
-    failed(error.what());
+    if (fs::exists(file.path)) failed(error.what());
   }
 
   void failed(const std::string &message) {
@@ -160,16 +161,14 @@ public:
   }
 
   // Silence splits where the worker stands, so that must keep up, as it does with a live source.
-  bool wait_for_room(int frames) const {
-    return settings_.silence_mode ? wait_until_empty() : wait_for_space(frames * 8);
-  }
+  bool wait_for_room(int frames) { return settings_.silence_mode ? wait_until_empty() : wait_for_space(frames * 8); }
 
   // What makes no whole frame of the file's rate, or no whole packet of its encoder, stays in the ring.
-  bool wait_until_empty() const {
-    constexpr int32_t kFrameBytes = 8, kLargestPacket = 4096;
-    const bool in_packets = settings_.type == AuRecOutputTypeAAC || settings_.type == AuRecOutputTypeALAC;
-    const int32_t of_rates = rate_ == file_rate_ ? 0 : static_cast<int32_t>(rate_ / file_rate_ + 4);
-    return wait_for_space(whole_ring_ - kFrameBytes * (of_rates + (in_packets ? kLargestPacket : 0)));
+  bool wait_until_empty() {
+    constexpr int32_t kFrameBytes = 8, kOfConversion = 4;
+    int32_t rest = rate_ == file_rate_ ? 0 : static_cast<int32_t>(rate_ / file_rate_) + kOfConversion;
+    if (in_packets()) rest = static_cast<int32_t>(block_seconds() * static_cast<double>(rate_)) + kOfConversion;
+    return wait_for_space(whole_ring_ - kFrameBytes * rest);
   }
 
   // Less than this much is lost at each change of rate.
@@ -177,24 +176,35 @@ public:
 
   int64_t pushed = 0, dropped = 0;  // frames
   double seconds = 0;               // that were kept
+  bool gave_up = false;             // the rest of the input was not fed
 
 private:
   static constexpr std::chrono::microseconds kPoll{100};
 
   // False once the recording has ended, or audio has left the ring and reached no file: the disk is full, and will be.
-  bool wait_for_space(int32_t bytes) const {
+  bool wait_for_space(int32_t bytes) {
     while (aurec_buffer_available_space(rec_) < bytes) {
-      if (!aurec_is_recording(rec_) || example::interrupted() || is_losing()) return false;
+      gave_up = is_losing();
+      if (!aurec_is_recording(rec_) || example::interrupted() || gave_up) return false;
       std::this_thread::sleep_for(kPoll);
     }
     return aurec_is_recording(rec_);
   }
 
-  // One block of 1024 frames may be on its way.
+  bool in_packets() const { return settings_.type == AuRecOutputTypeAAC || settings_.type == AuRecOutputTypeALAC; }
+
+  // What the recorder takes from the ring at once, at most. Which rate AAC is encoded at it does not tell.
+  double block_seconds() const {
+    const double slower = static_cast<double>(std::min(rate_, file_rate_));
+    if (settings_.type == AuRecOutputTypeAAC) return (settings_.aac.profile == 0 ? 1024 : 2048) / 8000.0;
+    return (settings_.type == AuRecOutputTypeALAC ? 4096 : 1024) / slower;
+  }
+
+  // A few blocks may be on their way.
   bool is_losing() const {
     const double waiting = (whole_ring_ - aurec_buffer_available_space(rec_)) / 8.0 / static_cast<double>(rate_);
-    const double allowed = 3 * 1024 / static_cast<double>(std::min(rate_, file_rate_)) + slack();
-    return settings_.silence_mode == 0 && seconds - waiting - aurec_total_time(rec_) > allowed;
+    const double missing = seconds - waiting - aurec_total_time(rec_);
+    return settings_.silence_mode == 0 && missing > 3 * block_seconds() + slack();
   }
 
   aurec *const rec_;
@@ -216,6 +226,7 @@ int run(const Settings &settings) {
       host.failed(error.what());
     }
   }
+  if (source.gave_up) host.failed("what is recorded reaches no file: the rest of the input is left out");
   source.wait_until_empty();  // the limits hold until the end is asked for
   aurec_stop(recorder.get());
   while (aurec_has_active_files(recorder.get())) std::this_thread::sleep_for(std::chrono::milliseconds(1));

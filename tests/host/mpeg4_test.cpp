@@ -58,6 +58,33 @@ TEST_F(Mpeg4, BitrateAndTagsAreAsTheOptionsSay) {
   EXPECT_EQ(read_by_ffmpeg(mono.path(0)).channels, 1);
 }
 
+// The source waits for the recorder, which takes the ring's audio a packet at a time: at a file's low rate a long one.
+TEST_F(Mpeg4, RecordsSourcesThatAreLongerThanTheRing) {
+  constexpr std::size_t kFrames = 1800000;
+  constexpr int kRate = 96000;
+  write_source(dir.file("long.wav"), kRate, 2, Samples(2 * kFrames, 0.25f));
+  for (const char *options : {"--type alac", "--type alac --fragmented", "--type aac --bitrate 16",
+                              "--type aac --bitrate 16 --silence skip", "--type alac --silence split"}) {
+    const Recording recording = record(dir.file("long.wav") + " --out " + dir.file("out") + " " + options);
+    ASSERT_EQ(recording.status, 0) << options << ": " << recording.errors;
+    EXPECT_EQ(recording.summary["frames_pushed"], kFrames) << options;
+    ASSERT_EQ(recording.files.size(), 1u);
+    EXPECT_GE(recording.files[0]["seconds"].get<double>(), static_cast<double>(kFrames) / kRate) << options;
+  }
+}
+
+// A plain file that turns out empty is finished and deleted at the same time.
+TEST_F(Mpeg4, SaysThatNothingWasRecorded) {
+  write_source(dir.file("empty.wav"), 44100, 2, {});
+  for (const char *form : {"", " --fragmented"}) {
+    const Recording recording = record(dir.file("empty.wav") + " --type alac --out " + dir.file("out") + form);
+    EXPECT_EQ(recording.status, 1);
+    EXPECT_NE(recording.errors.find("nothing was recorded"), std::string::npos) << recording.errors;
+    EXPECT_EQ(recording.errors.find("libavformat"), std::string::npos) << recording.errors;
+    EXPECT_EQ(recording.summary["errors"], 1);
+  }
+}
+
 TEST_F(Mpeg4, RefusesWhatOtherFormatsHave) {
   for (const char *wrong : {"--type aac --rate 22050", "--type alac --bits 24", "--type alac --mono left",
                             "--type aac --bitrate 100", "--type wave --fragmented", "--type mp3 --audiobook"}) {
