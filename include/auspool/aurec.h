@@ -118,7 +118,7 @@ typedef struct AuRecOptionsAAC {
   uint32_t mono;       /* nonzero encodes one channel; profile 2 makes it 0. Default 0 */
   uint32_t bitrate;    /* kilobits per second. In neither aac_bitrate_table: 128. Default 128 */
   uint32_t audiobook;  /* nonzero marks the file as an audio book. Default 0 */
-  uint32_t quality;    /* 0 best through 9. 10 and above: 5. Default 5 */
+  uint32_t quality;    /* 0 best through 9: through 5 a slow search, from 6 a fast one. 10 and above: 5. Default 5 */
   uint32_t fast_start; /* nonzero: the finished file has its index in front; 0: it is fragmented. Default 1 */
   uint32_t profile;    /* 0 AAC-LC, 1 HE-AAC, 2 HE-AAC v2. 3 and above: 0. Default 0 */
 } AuRecOptionsAAC;
@@ -153,7 +153,8 @@ typedef void *(*aurec_path_cb)(void *ref, void *previous, char path[AUREC_PATH_B
                                audict **tags);
 
 /* A file: its creation, the end of its audio, its completion. The result is not looked at.
- * done_cb comes only for a file that holds audio. */
+ * done_cb comes only for a file that holds audio, but for one case: of AAC and ALAC with fast_start it comes for an
+ * empty file too, which is deleted at the same time. */
 typedef int32_t (*aurec_file_cb)(void *ref, void *token);
 
 /* An error or notice. `token` is that of the file in hand, null if there is none. `code` is an AuRecErrorCode, `format`

@@ -1,7 +1,7 @@
 // Encoders of AAC and ALAC. Built on libavcodec; in a build without it there are none.
 //
 // An encoder is opened, told its properties, initialised, and then given whole packets of audio, each followed by a
-// request for what it has ready. A request without audio before it asks for what is left, the end of the stream.
+// request for what it has ready. Behind the last one it is told of the end, and asked for what is left.
 #pragma once
 
 #include <cstddef>
@@ -52,12 +52,14 @@ public:
   // 0, kUnsupportedFormat, or another error.
   virtual std::int32_t initialize(const StreamDescription &input, const StreamDescription &output) = 0;
   virtual void uninitialize() = 0;
-  // As after initialize: no audio of before shows in what follows. An encoder that could not be made anew takes no
-  // more audio.
-  virtual void reset() = 0;
+  // As after initialize: no audio of before shows in what follows. 0, or the error for which the encoder could not be
+  // made anew; it takes no more audio then.
+  virtual std::int32_t reset() = 0;
 
-  // Interleaved samples of one packet. False when they are lost.
+  // Interleaved samples of one packet. False when they are lost; what follows is taken all the same.
   virtual bool append_input_data(std::span<const std::uint8_t> samples) = 0;
+  // No more audio comes before a reset: what is left becomes packets.
+  virtual void end_of_stream() = 0;
 
   // One packet, if one is ready and fits.
   struct Produced {

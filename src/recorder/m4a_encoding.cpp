@@ -1,5 +1,6 @@
 // A recording's encoder: how it is set up, and a block's way through it.
 #include <cerrno>
+#include <cstdio>
 
 #include "base/four_cc.h"
 #include "platform/samples.h"
@@ -29,21 +30,35 @@ void RecorderM4A::describe(std::uint32_t format_flags, std::uint32_t bytes_per_s
 bool RecorderM4A::open_codec() {
   codec = AudioCodec::open(component_subtype());
   if (!codec) {
-    recording.store(false, std::memory_order_relaxed);
-    started = false;
-    log_error(AuRecErrorCodecOpen, "Failed to open an Audio Codec component");
+    end_without_codec(AuRecErrorCodecOpen, "Failed to open an Audio Codec component");
     return false;
   }
   const std::int32_t error = initialize_codec();
-  if (error == 0) return true;
-  codec.reset();
+  if (error != 0) {
+    codec.reset();
+    refuse_codec(error);
+  }
+  return error == 0;
+}
+
+void RecorderM4A::end_without_codec(AuRecErrorCode code, const char *text) {
   recording.store(false, std::memory_order_relaxed);
   started = false;
-  log_error(AuRecErrorCodecInit,
-            error == AudioCodec::kUnsupportedFormat ? "Unsupported Recording Format. Error: %d"
-                                                    : "AudioCodecInitialize error: %d",
-            error);
-  return false;
+  file_token = nullptr;  // of a file that is the host's again
+  log_error(code, text, nullptr);
+}
+
+void RecorderM4A::refuse_codec(std::int32_t error) {
+  end_without_codec(AuRecErrorCodecInit, codec_error_text(error).data());
+}
+
+std::array<char, 64> codec_error_text(std::int32_t error) {
+  std::array<char, 64> text;
+  std::snprintf(text.data(), text.size(),
+                error == AudioCodec::kUnsupportedFormat ? "Unsupported Recording Format. Error: %d"
+                                                        : "AudioCodecInitialize error: %d",
+                error);
+  return text;
 }
 
 std::int32_t RecorderM4A::initialize_codec() try {
@@ -71,11 +86,11 @@ void RecorderM4A::close_codec() {
 }
 
 // Audio goes to the encoder in whole packets alone.
-std::int32_t RecorderM4A::flush_buffer(std::FILE *file, bool pad) {
+std::int32_t RecorderM4A::flush_buffer(std::FILE *, bool pad) {
   const std::int32_t frames = get_audio(audio.data(), static_cast<std::int32_t>(packet_frames), true, pad);
   if (frames <= 0 || frames > packet_frames) return 0;
   codec->append_input_data(encoder_input(frames));
-  produce(file);
+  produce();
   return frames;
 }
 
@@ -90,11 +105,19 @@ std::span<const std::uint8_t> RecorderM4A::encoder_input(std::int32_t frames) {
   return {samples.data(), 2 * count};
 }
 
-bool RecorderM4A::produce(std::FILE *) {
+// Writes one packet, and tells whether more wait.
+bool RecorderM4A::produce() {
   const AudioCodec::Produced produced = codec->produce_output_packet(packet);
   const auto bytes = static_cast<std::int32_t>(produced.bytes);
   if (bytes > 0) (fragmented ? m4a_write_sample_fragmented : m4a_write_sample)(m4a, packet.data(), bytes);
   return produced.status == AudioCodec::Produced::kHasMore;
+}
+
+void RecorderM4A::drain_codec() {
+  codec->end_of_stream();
+  while (produce()) {
+  }
+  post_encode_hack(*codec, m4a);
 }
 
 }  // namespace auspool

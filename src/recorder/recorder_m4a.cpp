@@ -35,25 +35,24 @@ bool RecorderM4A::record_file(FilePtr file, TagsOfFile &tags) {
     drain(file.get());
     count_frames(flush_buffer(file.get(), true));  // what is left, filled up to a packet
   }
-  while (produce(file.get())) {
-  }
-  post_encode_hack(*codec, m4a);
+  drain_codec();
   close_books();
   const bool whole = finish_m4a(std::move(file), tags, goes_on);
   m4a = nullptr;
   if (recovery) end_recovery(std::move(recovery));
-  codec->reset();
+  const std::int32_t codec_error = goes_on ? codec->reset() : 0;
   tags.clear();
   keep_or_delete(whole);
   if (!goes_on) end_recording();
   file_open = false;
-  return goes_on;
+  if (codec_error != 0) refuse_codec(codec_error);
+  return goes_on && codec_error == 0;
 }
 
 // The record dies with the file's index: a recording goes on without one where it cannot be made.
 //   0 magic   32 encoder   36 channels   40 rate   44 frames of a packet   48 bitrate   52 size of each packet
 // From 36 on it is written by the m4a family. Numbers are big-endian.
-FilePtr RecorderM4A::begin_recovery() {
+FilePtr RecorderM4A::begin_recovery() try {
   constexpr char kMagic[] = "sound siphon bulletproof data v1";
   recovery_path = platform::recovery_path(path);
   FilePtr recovery(std::fopen(recovery_path.c_str(), "w+e"));
@@ -64,6 +63,8 @@ FilePtr RecorderM4A::begin_recovery() {
   std::fwrite(subtype, 1, sizeof subtype, recovery.get());
   std::fflush(recovery.get());
   return recovery;
+} catch (const std::bad_alloc &) {
+  return nullptr;
 }
 
 void RecorderM4A::end_recovery(FilePtr recovery) {

@@ -4,6 +4,7 @@
 // recovery record beside the file holds what its index would be made of. Without, it is fragmented and safe by itself.
 #pragma once
 
+#include <array>
 #include <mutex>
 #include <string>
 
@@ -43,7 +44,10 @@ private:
   bool open_codec();
   std::int32_t initialize_codec();
   void close_codec();
-  bool produce(std::FILE *file);  // writes one packet; whether more wait
+  void end_without_codec(AuRecErrorCode code, const char *text);
+  void refuse_codec(std::int32_t error);
+  bool produce();
+  void drain_codec();
   std::span<const std::uint8_t> encoder_input(std::int32_t frames);
 
   // One file.
@@ -70,6 +74,9 @@ private:
 
   static std::mutex sAudioCodecThreadFixMutex;  // encoders are prepared one at a time in the whole process
 };
+
+// What error 10 says. The number is part of it, so that a host that prints it as a format shows the same.
+std::array<char, 64> codec_error_text(std::int32_t error);
 
 // What the background job of a plain file calls at its end: closes the file and tells the host.
 void recorder_m4a_post_proc_done(fs_fix_th_data_t *fix_data);

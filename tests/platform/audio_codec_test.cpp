@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
+
+#include "support/watch.h"
 
 using namespace auspool;
 using namespace auspool::platform;
@@ -72,6 +75,7 @@ std::vector<Bytes> encode(AudioCodec &codec, bool floats, int packets) {
     EXPECT_TRUE(codec.append_input_data(tone_packet(codec, floats, 2, start)));
     take();
   }
+  codec.end_of_stream();
   while (take() == AudioCodec::Produced::kHasMore) {
   }
   return encoded;
@@ -108,6 +112,62 @@ TEST(AudioCodec, DrainGivesAllAudioAndTheDelay) {
 TEST(AudioCodec, DrainWithoutAudioGivesNothing) {
   NEED_ENCODER("alac");
   EXPECT_TRUE(encode(*open(four_cc("alac")).codec, false, 0).empty());
+}
+
+TEST(AudioCodec, RequestWithoutAudioIsNotTheEnd) {
+  NEED_ENCODER("alac");
+  for (const bool floats : {false, true}) {
+    const Opened opened = open(floats ? four_cc("aac ") : four_cc("alac"));
+    Bytes to(opened.codec->property(AudioCodec::kPacketBytes));
+    EXPECT_EQ(opened.codec->produce_output_packet(to).status, AudioCodec::Produced::kNeedsMoreInput);
+    EXPECT_EQ(encode(*opened.codec, floats, 3).size(), floats ? 4u : 3u);
+  }
+}
+
+TEST(AudioCodec, LosesNoMoreThanThePacketsThatItRefuses) {
+  NEED_ENCODER("alac");
+  for (const bool floats : {false, true}) {
+    const Opened opened = open(floats ? four_cc("aac ") : four_cc("alac"));
+    Bytes to(opened.codec->property(AudioCodec::kPacketBytes));
+    {
+      const auspool::testing::CallFailer failer("avcodec_send_frame", 1);
+      EXPECT_FALSE(opened.codec->append_input_data(tone_packet(*opened.codec, floats, 2, 0)));
+    }
+    opened.codec->produce_output_packet(to);
+    const std::size_t frames = opened.codec->property(AudioCodec::kPacketFrames);
+    EXPECT_FALSE(opened.codec->append_input_data(Bytes((frames + 1) * 2 * (floats ? 4 : 2)))) << "more than a packet";
+    opened.codec->produce_output_packet(to);
+    EXPECT_EQ(encode(*opened.codec, floats, 3).size(), floats ? 4u : 3u);
+  }
+}
+
+// Such samples would be refused, or keep the encoder busy for ever.
+TEST(AudioCodec, EncodesWhateverTheSamplesAre) {
+  NEED_ENCODER("aac ");
+  for (const float scale : {3e38f, 1e20f, 1e9f, 1e6f, INFINITY, -INFINITY, NAN}) {
+    const Opened opened = open(four_cc("aac "));
+    Bytes to(opened.codec->property(AudioCodec::kPacketBytes)), block(8192);
+    std::uint32_t noise = 1;
+    for (int packet = 0; packet < 30; ++packet) {
+      for (std::size_t i = 0; i < block.size(); i += 4) {
+        noise = noise * 1664525 + 1013904223;
+        const float sample = scale * (static_cast<float>(noise >> 8) / 8388608.0f - 1.0f);
+        std::memcpy(&block[i], &sample, 4);
+      }
+      ASSERT_TRUE(opened.codec->append_input_data(block)) << scale;
+      EXPECT_EQ(opened.codec->produce_output_packet(to).bytes > 0, packet > 0) << scale;
+    }
+  }
+}
+
+TEST(AudioCodec, TellsThatItCouldNotBeMadeAnew) {
+  NEED_ENCODER("aac ");
+  const Opened opened = open(four_cc("aac "));
+  {
+    const auspool::testing::CallFailer failer("avcodec_open2", 1);
+    EXPECT_NE(opened.codec->reset(), 0);
+  }
+  EXPECT_FALSE(opened.codec->append_input_data(Bytes(8192)));
 }
 
 TEST(AudioCodec, TakesNothingBehindTheDrainUntilItIsReset) {

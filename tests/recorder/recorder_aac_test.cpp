@@ -45,8 +45,9 @@ public:
   std::vector<std::uint8_t> magic_cookie() const override { return {}; }
   std::int32_t initialize(const StreamDescription &, const StreamDescription &) override { return 0; }
   void uninitialize() override {}
-  void reset() override {}
+  std::int32_t reset() override { return 0; }
   bool append_input_data(std::span<const std::uint8_t>) override { return false; }
+  void end_of_stream() override {}
   Produced produce_output_packet(std::span<std::uint8_t>) override { return {Produced::kDone, 0}; }
 
   std::uint32_t quality = 1, bit_rate = 1;

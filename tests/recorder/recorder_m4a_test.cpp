@@ -128,6 +128,130 @@ TEST_F(RecordedM4a, LastPacketIsFilledWithSilence) {
 }
 
 // What makes no whole packet waits in the ring, and goes to the next file.
+TEST_F(RecordedM4a, OneBadSampleCostsNoOthers) {
+  for (const float bad : {NAN, INFINITY, -INFINITY, 1e20f, -3e38f}) {
+    for (const std::uint32_t mono : {0u, 1u}) {
+      aurec_set_output_type(host, AuRecOutputTypeAAC);
+      aurec_set_aac_options(host, {mono, 128, 0, 5, 1, 0});
+      Samples tone = sine(2 * 44100, 44100, 440);
+      tone[30000] = bad;
+      record(tone, tone);
+      const std::vector<std::int32_t> samples = decoded(host.finished().back());
+      const std::size_t channels = mono ? 1 : 2, packets = (tone.size() + 1023) / 1024 + 1;
+      EXPECT_EQ(samples.size(), channels * 1024 * packets) << bad;
+      double level = 0;
+      for (std::size_t i = channels * 50000; i < channels * 80000; ++i) {
+        level = std::max(level, std::fabs(samples[i] / 32768.0));
+      }
+      EXPECT_NEAR(level, 0.5, 0.03) << bad;
+    }
+  }
+}
+
+// What the encoder refuses is missing; what comes after it is not.
+TEST_F(RecordedM4a, GoesOnBehindAPacketThatTheEncoderRefuses) {
+  for (const bool lossless : {true, false}) {
+    lossless ? use_alac(1) : use_aac(1);
+    std::unique_ptr<CallFailer> failer;
+    host.on_call = [&](const Call &call) {
+      if (call.name == "start") failer = std::make_unique<CallFailer>("avcodec_send_frame", 2);
+      if (call.name == "finalize") failer.reset();
+    };
+    const std::size_t errors = host.errors().size();
+    record(left, right);
+    host.on_call = nullptr;
+    const std::size_t all = lossless ? 4 : (left.size() + 1023) / 1024 + 1;
+    EXPECT_EQ(packets_in(host.finished().back()), all - 1);
+    EXPECT_EQ(host.errors().size(), errors);
+  }
+}
+
+TEST_F(RecordedM4a, EncoderThatCannotBeMadeAnewEndsTheRecordingWithError10) {
+  for (const std::uint32_t fast_start : {1u, 0u}) {
+    use_alac(fast_start);
+    std::unique_ptr<CallFailer> failer;
+    host.on_call = [&](const Call &call) {
+      if (call.name == "start") failer = std::make_unique<CallFailer>("avcodec_open2", 1);
+      if (call.name == "error") failer.reset();
+    };
+    const std::size_t errors = host.errors().size(), starts = host.count("start"), done = host.count("done");
+    ASSERT_EQ(host.start(), 0);
+    const Samples packets(3 * kAlacFrames, 0.5f);
+    host.feed(packets, packets);
+    host.wait_until_ring_is_empty();
+    aurec_make_new_file(host);
+    host.wait_until(
+        [&] {
+          wake_worker(host);
+          return host.errors().size() > errors;
+        },
+        "the error");
+    host.wait_until([&] { return !aurec_is_active(host) && !aurec_has_active_files(host); }, "the end");
+    host.on_call = nullptr;
+    EXPECT_EQ(host.errors().back().code, AuRecErrorCodecInit);
+    EXPECT_EQ(host.errors().back().text, "AudioCodecInitialize error: -1");
+    EXPECT_EQ(host.errors().back().file, 0u);
+    EXPECT_EQ(host.count("start"), starts + 1) << "no file without an encoder";
+    EXPECT_EQ(host.count("done"), done + 1);
+    EXPECT_FALSE(decoded(host.path_of(starts + 1)).empty()) << "what was encoded is kept";
+    record(left, right);
+    EXPECT_EQ(decoded(host.finished().back()), expected(left, right)) << "the next recording works";
+  }
+}
+
+TEST_F(RecordedM4a, EncoderThatCannotBeSetUpIsError10) {
+  use_alac(1);
+  std::unique_ptr<CallFailer> failer;
+  host.on_call = [&](const Call &call) {
+    if (call.name == "state" && !failer) failer = std::make_unique<CallFailer>("avcodec_open2", 1);
+    if (call.name == "error") failer.reset();
+  };
+  EXPECT_EQ(aurec_start(host, 44100), 0);
+  host.wait_until([&] { return !host.errors().empty() && !aurec_is_active(host); }, "the error and the end");
+  aurec_stop(host);
+  host.on_call = nullptr;
+  ASSERT_EQ(host.errors().size(), 1u);
+  EXPECT_EQ(host.errors()[0].code, AuRecErrorCodecInit);
+  EXPECT_EQ(host.errors()[0].format, "AudioCodecInitialize error: -1") << "the number is in the format";
+  EXPECT_EQ(host.count("path"), 0u);
+  record(left, right);
+  EXPECT_EQ(decoded(host.finished().back()), expected(left, right)) << "the next recording works";
+}
+
+TEST(CodecErrorText, TellsAFormatThatIsNotSupportedFromOtherErrors) {
+  EXPECT_STREQ(codec_error_text(platform::AudioCodec::kUnsupportedFormat).data(),
+               "Unsupported Recording Format. Error: 560226676");
+  EXPECT_STREQ(codec_error_text(-22).data(), "AudioCodecInitialize error: -22");
+}
+
+// Every allocation of the worker fails in turn: the recording goes on, or ends with a message, and never the process.
+TEST_F(RecordedM4a, SurvivesAnyAllocationThatFails) {
+  for (const std::uint32_t fast_start : {1u, 0u}) {
+    const std::string end = fast_start ? "finalize" : "done";
+    long allocations = 1;
+    for (long nth = 0; nth <= allocations && !HasFailure(); ++nth) {  // 0: none fails, and they are counted
+      Host one;
+      std::unique_ptr<AllocationFailer> failer;
+      one.on_call = [&](const Call &call) {
+        if (call.name == "start" && nth == 0) allocations = -allocation_count();
+        if (call.name == "start" && nth > 0) failer = std::make_unique<AllocationFailer>(static_cast<int>(nth));
+        if (call.name == end && nth == 0) allocations += allocation_count();
+        if (call.name == end) failer.reset();
+      };
+      aurec_set_output_type(one, AuRecOutputTypeALAC);
+      aurec_set_alac_options(one, {0, 0, fast_start});
+      ASSERT_EQ(aurec_start(one, 44100), 0);
+      one.wait_until([&] { return aurec_is_recording(one) || !one.errors().empty(); }, "the start");
+      if (aurec_is_recording(one)) one.feed(left, right);
+      aurec_stop(one);
+      one.wait_until([&] { return !aurec_has_active_files(one); }, "the background job");
+      EXPECT_EQ(one.errors().size() + one.finished().size(), 1u) << fast_start << ' ' << nth;
+      one.on_call = nullptr;
+    }
+    EXPECT_GT(allocations, 2) << fast_start;
+  }
+}
+
 TEST_F(RecordedM4a, SplitsLoseNoAudio) {
   for (const std::uint32_t fast_start : {1u, 0u}) {
     use_alac(fast_start);

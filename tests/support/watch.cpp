@@ -131,6 +131,9 @@ Result failure_of(const char *call) {
 #ifdef AUSPOOL_LAME
 #include "support/watched_lame.inc"
 #endif
+#ifdef AUSPOOL_LIBAV
+#include "support/watched_libav.inc"
+#endif
 #pragma GCC visibility pop
 #undef WATCH
 #undef WATCH_GROW

@@ -1,6 +1,5 @@
 #include "platform/audio_codec.h"
 
-#include <algorithm>
 #include <new>
 
 #include "platform/libav/encoder.h"

@@ -5,18 +5,30 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
-#include <algorithm>
 #include <cstring>
 
 namespace auspool::platform::libav {
 namespace {
 
-// Moves channel `channel` of interleaved samples of `bytes` each into a plane of its own.
+// libavcodec's AAC refuses a block that holds a NaN or an infinity, and the next one; noise of 1e6 it never finishes.
+float harmless(float sample) {
+  constexpr float kFarBeyond = 256.0f;  // 48 dB above full scale
+  sample = sample < kFarBeyond ? sample : sample == sample ? kFarBeyond : 0.0f;
+  return sample > -kFarBeyond ? sample : -kFarBeyond;
+}
+std::int16_t harmless(std::int16_t sample) {
+  return sample;
+}
+
+// Moves channel `channel` of interleaved samples into a plane of its own.
 template <typename T>
 void copy_channel(const std::uint8_t *from, std::size_t channels, std::size_t channel, int frames,
                   std::uint8_t *plane) {
   for (std::size_t i = 0; i < static_cast<std::size_t>(frames); ++i) {
-    std::memcpy(plane + i * sizeof(T), from + (i * channels + channel) * sizeof(T), sizeof(T));
+    T sample;
+    std::memcpy(&sample, from + (i * channels + channel) * sizeof(T), sizeof(T));
+    sample = harmless(sample);
+    std::memcpy(plane + i * sizeof(T), &sample, sizeof(T));
   }
 }
 
@@ -95,13 +107,20 @@ std::int32_t Encoder::initialize(const StreamDescription &input, const StreamDes
 }
 
 int Encoder::open_context() {
-  packet_waits_ = input_waits_ = drained_ = false;
+  packet_waits_ = drained_ = false;
   frames_sent_ = 0;
   context_.reset(avcodec_alloc_context3(codec_));
   frame_.reset(av_frame_alloc());
   packet_.reset(av_packet_alloc());
   if (!context_ || !frame_ || !packet_) return AVERROR(ENOMEM);
-  AVCodecContext &context = *context_;
+  set_up(*context_);
+  int error = avcodec_open2(context_.get(), codec_, nullptr);
+  if (error >= 0) error = make_frame();
+  if (error < 0) context_.reset();
+  return error < 0 ? error : 0;
+}
+
+void Encoder::set_up(AVCodecContext &context) const {
   context.sample_rate = static_cast<int>(output_.sample_rate);
   av_channel_layout_default(&context.ch_layout, static_cast<int>(output_.channels_per_frame));
   context.sample_fmt = input_.bits_per_channel == 16 ? AV_SAMPLE_FMT_S16P : AV_SAMPLE_FMT_FLTP;
@@ -112,42 +131,45 @@ int Encoder::open_context() {
   context.log_level_offset = kSilent;
   if (bit_rate_ != 0) context.bit_rate = bit_rate_;
   (void)av_opt_set(context.priv_data, "aac_coder", search_of(quality_), 0);  // an encoder without it has no use for it
-  const int error = avcodec_open2(&context, codec_, nullptr);
-  if (error < 0)
-    context_.reset();
-  else
-    output_.frames_per_packet = static_cast<std::uint32_t>(context.frame_size);
-  return error < 0 ? error : 0;
 }
 
-void Encoder::reset() {
-  if (context_) (void)open_context();  // a drained encoder gives nothing more
+// One frame serves all packets: the encoder has let go of it when it asks for the next.
+int Encoder::make_frame() {
+  output_.frames_per_packet = static_cast<std::uint32_t>(context_->frame_size);
+  frame_->nb_samples = context_->frame_size;
+  frame_->format = context_->sample_fmt;
+  frame_->sample_rate = context_->sample_rate;
+  const int error = av_channel_layout_copy(&frame_->ch_layout, &context_->ch_layout);
+  return error < 0 ? error : av_frame_get_buffer(frame_.get(), 0);
 }
 
-bool Encoder::deinterleave(std::span<const std::uint8_t> samples, int frames) {
+// A drained encoder gives nothing more.
+std::int32_t Encoder::reset() {
+  return context_ ? open_context() : 0;
+}
+
+void Encoder::deinterleave(std::span<const std::uint8_t> samples, int frames) {
   const std::size_t channels = output_.channels_per_frame;
-  for (std::size_t c = 0; c < channels; ++c) {
-    const auto copy = input_.bits_per_channel == 16 ? copy_channel<std::int16_t> : copy_channel<float>;
-    copy(samples.data(), channels, c, frames, frame_->extended_data[c]);
-  }
-  return true;
+  const auto copy = input_.bits_per_channel == 16 ? copy_channel<std::int16_t> : copy_channel<float>;
+  for (std::size_t c = 0; c < channels; ++c) copy(samples.data(), channels, c, frames, frame_->extended_data[c]);
 }
 
 bool Encoder::append_input_data(std::span<const std::uint8_t> samples) {
   if (!context_ || drained_) return false;
   const auto frames = static_cast<int>(samples.size() / input_.bytes_per_frame);
-  av_frame_unref(frame_.get());
+  if (frames > context_->frame_size || av_frame_make_writable(frame_.get()) < 0) return false;
   frame_->nb_samples = frames;
-  frame_->format = context_->sample_fmt;
-  frame_->sample_rate = context_->sample_rate;
   frame_->pts = frames_sent_;
-  if (av_channel_layout_copy(&frame_->ch_layout, &context_->ch_layout) < 0) return false;
-  if (av_frame_get_buffer(frame_.get(), 0) < 0) return false;
   deinterleave(samples, frames);
   if (avcodec_send_frame(context_.get(), frame_.get()) < 0) return false;
   frames_sent_ += frames;
-  input_waits_ = true;
   return true;
+}
+
+void Encoder::end_of_stream() {
+  if (!context_ || drained_) return;
+  drained_ = true;
+  (void)avcodec_send_frame(context_.get(), nullptr);
 }
 
 // Makes the next packet wait, if the encoder has one.
@@ -158,11 +180,6 @@ bool Encoder::fetch() {
 
 AudioCodec::Produced Encoder::produce_output_packet(std::span<std::uint8_t> to) {
   if (!context_) return {Produced::kFailure, 0};
-  if (!input_waits_ && !drained_) {
-    drained_ = true;
-    (void)avcodec_send_frame(context_.get(), nullptr);
-  }
-  input_waits_ = false;
   if (!fetch()) return {drained_ ? Produced::kDone : Produced::kNeedsMoreInput, 0};
   const auto bytes = static_cast<std::size_t>(packet_->size);
   const bool fits = bytes <= to.size();

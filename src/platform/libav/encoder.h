@@ -33,14 +33,17 @@ public:
   std::vector<std::uint8_t> magic_cookie() const override;
   std::int32_t initialize(const StreamDescription &input, const StreamDescription &output) override;
   void uninitialize() override { context_.reset(); }
-  void reset() override;
+  std::int32_t reset() override;
   bool append_input_data(std::span<const std::uint8_t> samples) override;
+  void end_of_stream() override;
   Produced produce_output_packet(std::span<std::uint8_t> to) override;
 
 private:
   std::int32_t check(const StreamDescription &input, const StreamDescription &output) const;
   int open_context();
-  bool deinterleave(std::span<const std::uint8_t> samples, int frames);
+  void set_up(AVCodecContext &context) const;
+  int make_frame();
+  void deinterleave(std::span<const std::uint8_t> samples, int frames);
   bool fetch();
 
   const AVCodec *const codec_;
@@ -52,7 +55,6 @@ private:
   FramePtr frame_;
   PacketPtr packet_;
   bool packet_waits_ = false;  // in packet_
-  bool input_waits_ = false;   // audio has come since the last request
   bool drained_ = false;       // the encoder has been told that no more comes
   std::int64_t frames_sent_ = 0;
 };
