@@ -14,6 +14,10 @@ using convert::Target;
 
 using Dither = std::unique_ptr<bitbox_dither, void (*)(bitbox_dither *)>;
 
+void stop_if_interrupted(const Settings &s) {
+  if (example::interrupted()) convert::fail(s.out, "interrupted");
+}
+
 Dither make_dither(const Settings &s, const SF_INFO &info) {
   if (!s.dither) return {nullptr, bitbox_dither_destroy};
   const auto bits = static_cast<std::int32_t>(s.target().word & BITBOX_WIDTH_MASK);
@@ -33,7 +37,7 @@ std::int64_t convert_all(const Settings &s, Source &source, Target &target, bitb
   std::vector<void *> from(channels), to(channels);
   std::int64_t done = 0;
   while (const std::int32_t frames = source.read(kFrames)) {
-    if (example::interrupted()) convert::fail(s.out, "interrupted");
+    stop_if_interrupted(s);
     for (std::size_t i = 0; i < channels; ++i) {
       from[i] = static_cast<char *>(source.first()) + i * source.sample_bytes();
       to[i] = stored.data() + i * bytes;
@@ -51,6 +55,7 @@ std::int64_t convert_all(const Settings &s, Source &source, Target &target, bitb
 int run(const Settings &s) {
   Source source(s.in);
   const Dither dither = make_dither(s, source.info);
+  stop_if_interrupted(s);
   Target target(s, source.info);
   example::Console console;
   const std::int64_t frames = convert_all(s, source, target, dither.get(), console);

@@ -19,6 +19,10 @@ using example::AudioInput;
 using example::AudioOutput;
 using resample::Settings;
 
+void stop_if_interrupted() {
+  if (example::interrupted()) throw std::runtime_error("interrupted");
+}
+
 // A buffer for each channel.
 template <typename Sample>
 struct Planes {
@@ -85,7 +89,7 @@ private:
   using Handle = std::unique_ptr<raesampler, void (*)(raesampler *)>;
 
   int read(Sample *const *channels, int most) {
-    if (example::interrupted()) throw std::runtime_error("interrupted");
+    stop_if_interrupted();
     const int frames = input_.read(channels, most);
     frames_read_ += frames;
     const double seconds = static_cast<double>(frames_read_) / input_.info().samplerate;
@@ -193,6 +197,7 @@ int run(const Settings &settings) {
   const auto begin = std::chrono::steady_clock::now();
   AudioInput input(settings.input);
   check_paths_and_rates(settings, input);
+  stop_if_interrupted();
   AudioOutput output(settings.output, settings.rate, input.info());
   // The higher qualities work in doubles inside.
   const bool wide = settings.quality >= RaesamplerQualityVeryHigh;

@@ -34,7 +34,8 @@ inline int guarded(const char *name, const std::function<int()> &program) try {
   return 1;
 }
 
-// Whether the user wants the program to end. Asked for once, an interrupt no longer kills the program.
+// Whether the user wants the program to end. Asked for once, an interrupt no longer kills the program: ask before there
+// is anything unfinished to take back.
 inline bool interrupted() {
   static std::atomic<bool> wanted = false;
   static const bool caught = [] {
