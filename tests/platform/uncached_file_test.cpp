@@ -1,10 +1,6 @@
 #include "platform/uncached_file.h"
 
 #include <gtest/gtest.h>
-#include <linux/magic.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <sys/vfs.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -15,6 +11,7 @@
 #include <vector>
 
 #include "platform/locked_memory.h"
+#include "support/temporary_files.h"
 #include "support/watch.h"
 
 namespace auspool::platform {
@@ -141,45 +138,15 @@ TEST(UncachedFile, TakesAnyBytesAtAnyPlace) {
   }
 }
 
-// The only file of ours without a name: its bytes, and those of them that the page cache holds, as a mapping tells.
-struct Cached {
-  std::size_t bytes = 0, cached = 0;
-  bool in_memory = false;  // there is nothing but the page cache
-};
-
-Cached look_at(int descriptor) {
-  struct stat status {};
-  struct statfs system {};
-  fstat(descriptor, &status);
-  fstatfs(descriptor, &system);
-  const auto size = static_cast<std::size_t>(status.st_size);
-  void *const mapped = mmap(nullptr, size, PROT_READ, MAP_SHARED, descriptor, 0);
-  std::vector<unsigned char> resident((size + UncachedFile::kPage - 1) / UncachedFile::kPage);
-  EXPECT_EQ(mincore(mapped, size, resident.data()), 0);
-  munmap(mapped, size);
-  const auto pages = std::count_if(resident.begin(), resident.end(), [](auto page) { return (page & 1) != 0; });
-  return {size, static_cast<std::size_t>(pages) * UncachedFile::kPage, system.f_type == TMPFS_MAGIC};
-}
-
-Cached look_at_nameless_file() {
-  for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-    struct stat status {};
-    const int descriptor = std::stoi(entry.path().filename());
-    const bool there = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-    if (there && status.st_nlink == 0 && status.st_size > 0) return look_at(descriptor);
-  }
-  return {};
-}
-
 TEST_P(UncachedFiles, LeaveThePageCacheAlone) {
   Pages block(kBlock);
   constexpr std::size_t kBlocks = 512;
   for (std::size_t i = 0; i < kBlocks; ++i) ASSERT_EQ(file->write(i * kBlock, block.data(), kBlock), kBlock);
   for (std::size_t i = 0; i < kBlocks; i += 2) ASSERT_EQ(file->read(i * kBlock, block.data(), kBlock), kBlock);
-  const Cached found = look_at_nameless_file();
+  const testing::NamelessFile found = testing::look_at_nameless_file();
   if (found.in_memory) GTEST_SKIP() << "temporary files lie in memory here";
   EXPECT_EQ(found.bytes, kBlocks * kBlock);
-  EXPECT_LE(found.cached, GetParam() == Pieces::any ? 2u << 20 : 0u) << "but for what is on its way to the disk";
+  EXPECT_LE(found.cached_bytes, GetParam() == Pieces::any ? 2u << 20 : 0u) << "but for what is on its way to the disk";
 }
 
 }  // namespace

@@ -20,17 +20,6 @@ bool is_silence(const BTAudioRecord &record) {
   return record.key.type() == kBTAudioSilenceRecord;
 }
 
-// The key grows, but stays below the next record's, so the order holds.
-void shorten(BTAudioBuffer *buffer, BTAudioNode *node, BTAudioRecord *srec, std::uint64_t frames) {
-  assert_that(frames != 0, "frames != 0");
-  assert_that(frames < srec->frames, "frames < srec->frames");
-  buffer->startFrame += frames;
-  srec->key = {kBTAudioSilenceRecord, srec->frameTime() + frames};
-  srec->physicalTime += frames;
-  srec->frames -= static_cast<std::uint32_t>(frames);
-  node->block->dirty = 1;
-}
-
 // A copy of the first record, silence or audio.
 bool copy_first(BTAudioBuffer *buffer, BTAudioRecord *record) {
   std::uint32_t index = 0;
@@ -56,7 +45,7 @@ bool consume_record(BTAudioBuffer *buffer, std::uint64_t frames) {
   if (!node) return false;
   auto *const oldest = record_at<BTAudioRecord>(node.get(), index);
   if (is_silence(*oldest) && frames < oldest->frames) {
-    shorten(buffer, node.get(), oldest, frames);
+    shorten_silence(buffer, node.get(), oldest, frames);
     return true;
   }
   BTAudioRecord record{};
@@ -83,6 +72,16 @@ bool consume_to_block_end(BTAudioBuffer *buffer, std::uint32_t *blockIndex) {
 }
 
 }  // namespace
+
+void shorten_silence(BTAudioBuffer *buffer, BTAudioNode *node, BTAudioRecord *srec, std::uint64_t frames) {
+  assert_that(frames != 0, "frames != 0");
+  assert_that(frames < srec->frames, "frames < srec->frames");
+  buffer->startFrame += frames;
+  srec->key = {kBTAudioSilenceRecord, srec->frameTime() + frames};
+  srec->physicalTime += frames;
+  srec->frames -= static_cast<std::uint32_t>(frames);
+  node->block->dirty = 1;
+}
 
 BTAudioNodeOwner BTAudioBufferGetFirstAudioRecord(BTAudioBuffer *buffer, std::uint32_t *index) {
   const BTAudioKey key(kBTAudioAudioRecord, buffer->startFrame);

@@ -14,6 +14,10 @@ bool BTAudioBufferConsumeBlock(BTAudioBuffer *buffer, std::uint64_t frames);
 // The record at the start, with its index in the leaf. Null if there is none, or no room for a node.
 BTAudioNodeOwner BTAudioBufferGetFirstAudioRecord(BTAudioBuffer *buffer, std::uint32_t *index);
 
+// Takes frames off the start of a silence that is longer, in its place in the leaf: its key grows, but stays below the
+// next record's.
+void shorten_silence(BTAudioBuffer *buffer, BTAudioNode *node, BTAudioRecord *srec, std::uint64_t frames);
+
 // While one is there, nothing else is consumed to make room for what consuming needs.
 class ConsumingScope {
 public:

@@ -36,11 +36,12 @@ void sort_by_place(BTAudioBlockSet &blockSet) {
 
 // The file grows at its end only: what is cached between that and a block beyond is written too.
 void add_blocks_before(const BTAudioBuffer *buffer, BTAudioBlockSet &blockSet) {
-  auto lastBlockIndex = static_cast<std::uint32_t>(buffer->fileSize / kBTAudioBlockSize);
+  const auto end = static_cast<std::uint32_t>(buffer->fileSize / kBTAudioBlockSize);
+  std::uint32_t lastBlockIndex = end;
   const std::uint32_t chosen = blockSet.size();
   for (std::uint32_t i = 0; i < chosen; ++i) {
     const std::uint32_t blockIndex = block_index_of(blockSet.begin()[i]->bid);
-    if (blockIndex < lastBlockIndex) continue;
+    if (blockIndex < end) continue;
     for (; lastBlockIndex < blockIndex; ++lastBlockIndex) {
       BTAudioCacheBlock *const block = buffer->cacheBlocks.find(block_bid(lastBlockIndex));
       if (!block) continue;

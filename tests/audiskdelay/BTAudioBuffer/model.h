@@ -65,27 +65,49 @@ struct Trouble {
   std::uint64_t disk_bytes = UINT64_MAX;  // beyond which it is full
 };
 
+// What one run is like. Small in different ways, so that every path runs: the file is full after a while and its blocks
+// are used again, or the trim takes them for good; the cache holds a few blocks or most; writes are long, or short with
+// gaps between them, of which the tree gets deep and takes many blocks.
+struct Course {
+  BTAudioBufferLimits limits;
+  Trouble trouble;
+  unsigned orders_of_size;  // writes have up to 2 to the power of this frames
+  unsigned bursts;          // of a thousand steps are of many short records
+};
+
+inline Course course_of(std::uint32_t seed, bool troubled) {
+  const bool short_writes = seed % 2 != 0;
+  const std::uint64_t held = seed % 5 == 0 ? 20 : 1000;
+  const Trouble trouble = {seed % 4 / 3.0, seed / 4 % 3 / 4.0, seed % 5 ? UINT64_MAX : 30 * kBTAudioBlockSize};
+  return {{held * kFramesPerBlock, seed / 2 % 2 ? 60u : 200u, troubled ? 3 + seed % 30 : 6 + seed % 27},
+          troubled ? trouble : Trouble{},
+          short_writes ? 12u : 17u,
+          short_writes ? 30u : 0u};
+}
+
 // Runs a store and the model side by side.
 class SideBySide {
 public:
-  SideBySide(const BTAudioBufferLimits &limits, const Trouble &trouble, std::uint32_t seed)
-      : limits_(limits), trouble_(trouble), random_(seed), store_(limits) {
+  SideBySide(const Course &course, std::uint32_t seed)
+      : course_(course), trouble_(course.trouble), random_(seed), store_(course.limits) {
     store_.file().keep_history = false;
     store_.file().fault = [this](std::uint64_t offset, std::size_t bytes) { return fault(offset, bytes); };
   }
 
   // A step of any kind. `look_through`: also look through the whole store.
   void step(bool look_through) {
-    const std::uint64_t kind = below(100);
-    if (kind < 45)
-      write(true, size());
-    else if (kind < 60)
-      write(false, size());
-    else if (kind < 68)
+    const std::uint64_t kind = below(1000);
+    if (kind < course_.bursts)
+      burst();
+    else if (kind < 100)
       gap();
-    else if (kind < 72)
+    else if (kind < 250)
+      write(false, size());
+    else if (kind < 600)
+      write(true, size());
+    else if (kind < 605)
       consume();
-    else if (kind < 76)
+    else if (kind < 630)
       make_trouble();
     else
       read();
@@ -93,16 +115,16 @@ public:
   }
 
   Store &store() { return store_; }
-  std::uint64_t failed_writes() const { return failed_writes_; }
   std::uint64_t failed_reads() const { return failed_reads_; }
   std::uint64_t reads() const { return reads_; }
-  int depth() const { return depth_; }
   bool troubled() const { return trouble_.fails > 0 || trouble_.cut_short > 0 || trouble_.disk_bytes != UINT64_MAX; }
 
 private:
   std::uint64_t below(std::uint64_t most) { return random_() % most; }
   // Of all orders of magnitude alike.
-  std::uint32_t size() { return 1 + static_cast<std::uint32_t>(below(std::uint64_t{2} << below(17))); }
+  std::uint32_t size() {
+    return 1 + static_cast<std::uint32_t>(below(std::uint64_t{2} << below(course_.orders_of_size)));
+  }
   bool happens(double chance) { return std::uniform_real_distribution<>(0, 1)(random_) < chance; }
 
   std::int64_t fault(std::uint64_t offset, std::size_t bytes) {
@@ -128,10 +150,16 @@ private:
     EXPECT_LE(stored, frames);
     EXPECT_TRUE(written || troubled());
     EXPECT_EQ(written, stored == frames);
-    failed_writes_ += written ? 0 : 1;
     model_.add(stored, audio);
     follow_start();
-    EXPECT_TRUE(store_.length() <= limits_.maxFrames || troubled());
+    EXPECT_TRUE(store_.length() <= course_.limits.maxFrames || troubled());
+  }
+
+  void burst() {
+    for (int i = 0; i < 100; ++i) {
+      write(below(2) != 0, 1 + static_cast<std::uint32_t>(below(20)));
+      gap();
+    }
   }
 
   void gap() {
@@ -141,12 +169,14 @@ private:
   }
 
   void consume() {
-    const std::uint64_t before = store_.start(), frames = below(3) ? size() : 0;
     BTAudioBuffer *const buffer = store_.get();
     if (store_.length() == 0) return;
-    const ConsumingScope scope(buffer);
-    if (frames == 0 && below(4) != 0) return;
-    BTAudioBufferConsumeBlock(buffer, frames);
+    const bool by_the_block = store_.length() > 8 * kFramesPerBlock && below(3) == 0;
+    const std::uint64_t before = store_.start(), frames = by_the_block ? 0 : size();
+    {
+      const ConsumingScope scope(buffer);
+      BTAudioBufferConsumeBlock(buffer, frames);
+    }
     EXPECT_GE(store_.start(), before);
     follow_start();
   }
@@ -173,14 +203,30 @@ private:
     model_.forget_before(store_.start());
   }
 
-  BTAudioBufferLimits limits_;
+  Course course_;
   Trouble trouble_;
   std::mt19937_64 random_;
   Store store_;
   Model model_;
   bool troubled_now_ = false;
-  std::uint64_t failed_writes_ = 0, failed_reads_ = 0, reads_ = 0;
-  int depth_ = 0;
+  std::uint64_t failed_reads_ = 0, reads_ = 0;
 };
+
+struct Counts {
+  std::uint64_t failed_reads = 0, reads = 0;
+};
+
+// Takes `stores` stores, each of its own kind, through so many steps, and looks through the whole store now and then.
+inline Counts run_stores(std::uint32_t first_seed, std::uint32_t stores, int steps, bool troubled, int look_every) {
+  Counts counts;
+  for (std::uint32_t seed = first_seed; seed < first_seed + stores && !::testing::Test::HasFailure(); ++seed) {
+    SideBySide both(course_of(seed, troubled), seed);
+    for (int i = 0; i < steps && !::testing::Test::HasFailure(); ++i) both.step(i % look_every == 0);
+    EXPECT_FALSE(::testing::Test::HasFailure()) << "seed " << seed;
+    counts.failed_reads += both.failed_reads();
+    counts.reads += both.reads();
+  }
+  return counts;
+}
 
 }  // namespace auspool::testing

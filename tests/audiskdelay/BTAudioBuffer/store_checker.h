@@ -29,6 +29,15 @@ public:
     return checker.problems_.str();
   }
 
+  // Of a tree whose records are not the store's.
+  static std::string problems_of_tree(const BTAudioBuffer *buffer) {
+    StoreChecker checker(buffer);
+    checker.check_tree();
+    checker.check_free_nodes();
+    checker.check_node_blocks();
+    return checker.problems_.str();
+  }
+
   explicit StoreChecker(const BTAudioBuffer *buffer) : buffer_(*buffer) {}
 
 private:
@@ -211,13 +220,15 @@ private:
     expect(count == buffer_.freeNodeCount, count, " free nodes instead of ", buffer_.freeNodeCount);
   }
 
-  void check_file_blocks() {
+  void check_node_blocks() {
     std::set<std::uint32_t> node_blocks;
     for (const BTAudioBID bid : nodes_) node_blocks.insert(block_index_of(bid));
     expect(node_blocks.size() * kBTAudioNodesPerBlock == nodes_.size() + node_blocks.count(0), "a node is lost");
-    for (const std::uint32_t block : node_blocks) {
-      claim(block, "nodes");
-    }
+    for (const std::uint32_t block : node_blocks) claim(block, "nodes");
+  }
+
+  void check_file_blocks() {
+    check_node_blocks();
     for (const auto &[block, what] : used_) {
       expect(block < buffer_.nextBlock, "block ", block, " was never taken and is ", what);
       const bool lost = block >= buffer_.firstLostBlock && block < buffer_.firstLostBlock + buffer_.lostBlockCount;
