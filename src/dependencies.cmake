@@ -27,5 +27,13 @@ list(FILTER shared_modules INCLUDE REGEX "^lib(av|sw)")
 list(TRANSFORM shared_modules REPLACE "^lib" "-l")
 set_source_files_properties(platform/idle_sleep.cpp platform/power.cpp platform/login/bus.cpp PROPERTIES
   COMPILE_DEFINITIONS AUSPOOL_IDLE_SLEEP=$<BOOL:${AUSPOOL_IDLE_SLEEP}>)
+# LAPACK's one subroutine that we call is linked in, in its reference form. Behind the name liblapack.so.3 a system may
+# have any implementation, such as one that starts threads in every process that loads it.
+find_library(AUSPOOL_LAPACK liblapack_pic.a REQUIRED)
+find_library(AUSPOOL_BLAS libblas.a PATH_SUFFIXES blas REQUIRED)
+find_library(AUSPOOL_GFORTRAN libgfortran.so.5 REQUIRED)
+set(linear_algebra ${AUSPOOL_LAPACK} ${AUSPOOL_BLAS} ${AUSPOOL_GFORTRAN})
+list(APPEND AUSPOOL_LIBRARIES ${linear_algebra})
+list(APPEND shared_modules ${linear_algebra})
 list(JOIN modules " " AUSPOOL_PKG_REQUIRES)
 list(JOIN shared_modules " " AUSPOOL_PKG_LIBS)

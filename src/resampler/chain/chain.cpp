@@ -98,6 +98,7 @@ bool build_stages(raesampler &chain, const resampler_structure &structure, const
     if (create_converter_stage(sample_size, &stage, &spec, channels, plan.threads, block) != 0) return false;
     if (!stage.states) return false;
     chain.windows[i] = stage_window(spec);
+    chain.ends_complex = takes_complex(spec);
     chain.stage_count = i + 1;
   }
   return true;

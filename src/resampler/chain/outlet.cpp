@@ -27,10 +27,12 @@ std::int32_t Outlet::outputs_of(std::int32_t count) const {
   return to_count(outputs + (last_.set_drift_ratio ? 1 : 0));
 }
 
-// How many input samples surely give no more than the host has room for.
+// How many input samples surely give no more than the host has room for. A complex run is not cut.
 std::int32_t Outlet::fitting(std::int32_t count) const {
   if (waiting_ > 0) return 0;
-  return largest_fitting(count, [&](std::int32_t samples) { return outputs_of(samples) <= room_ - written_; });
+  const auto fits = [&](std::int32_t samples) { return outputs_of(samples) <= room_ - written_; };
+  if (chain_.ends_complex) return fits(count) ? count : 0;
+  return largest_fitting(count, fits);
 }
 
 std::int32_t Outlet::run(const std::byte *in, std::int32_t in_stride, void *out, std::int32_t out_stride,

@@ -6,6 +6,7 @@
 
 #include "auspool/filter_design.h"
 #include "resampler/design/minimum_phase.h"
+#include "resampler/design/windows.h"
 
 namespace {
 
@@ -22,19 +23,6 @@ void ideal_low_pass(double *taps, std::int32_t length, double cutoff) {
     taps[odd + half + i] = taps[half - 1 - i] = std::sin(x * cutoff) / x;
   }
   if (odd) taps[half] = cutoff;
-}
-
-void apply_window(double *taps, std::int32_t length, std::int32_t window, double gain, double beta) {
-  switch (window) {
-  case AU_WINDOW_HAMMING:
-    return apply_hamming_window_with_gain(taps, length, gain);
-  case AU_WINDOW_BLACKMAN:
-    return apply_blackman_window_with_gain(taps, length, gain);
-  case AU_WINDOW_KAISER:
-    return apply_kaiser_window_with_gain(taps, length, beta, gain);
-  default:
-    return;
-  }
 }
 
 std::int32_t first_peak(const double *taps, std::int32_t length) {
@@ -66,7 +54,7 @@ double *create_lp_filter(std::int32_t length, std::int32_t window, std::int32_t 
   Prototype taps(static_cast<double *>(std::malloc(static_cast<std::size_t>(length) * sizeof(double))));
   if (!taps) return nullptr;
   ideal_low_pass(taps.get(), designed, cutoff);
-  apply_window(taps.get(), designed, window, gain, beta);
+  auspool::apply_window(taps.get(), designed, window, gain, beta);
   if (!minimum_phase) return taps.release();
 
   if (!auspool::make_minimum_phase(taps.get(), designed)) return nullptr;

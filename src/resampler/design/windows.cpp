@@ -1,3 +1,5 @@
+#include "resampler/design/windows.h"
+
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -79,5 +81,18 @@ void apply_kaiser_window_with_gain(double *taps, std::int32_t length, double bet
     taps[half] *= gain;
   } else {
     scale_pair(taps, length, half, window(half));
+  }
+}
+
+void auspool::apply_window(double *taps, std::int32_t length, std::int32_t window, double gain, double beta) {
+  switch (window) {
+  case AU_WINDOW_HAMMING:
+    return apply_hamming_window_with_gain(taps, length, gain);
+  case AU_WINDOW_BLACKMAN:
+    return apply_blackman_window_with_gain(taps, length, gain);
+  case AU_WINDOW_KAISER:
+    return apply_kaiser_window_with_gain(taps, length, beta, gain);
+  default:
+    return;
   }
 }

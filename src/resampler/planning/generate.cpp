@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "resampler/planning/candidates.h"
-#include "resampler/planning/sdm_planner.h"
 #include "resampler/quality.h"
 
 namespace auspool {
@@ -40,7 +39,7 @@ std::int32_t plan(std::int32_t quality, bool drift, bool sdm, resampler_structur
                   double output_rate) {
   structure = {};
   if (sdm) {
-    if (generate_sdm_structure(quality, structure, input_rate, output_rate) < 1) return -1;
+    if (generate_sdm_resampler_structure(&structure, input_rate, output_rate) < 1) return -1;
   } else if (input_rate != output_rate) {
     structure = cheapest_structure(quality, input_rate, output_rate, RAESAMPLER_MAX_STAGES);
   }

@@ -18,6 +18,10 @@ std::int32_t create_converter_stage(std::int32_t sample_size, raesampler_stage *
   case RAESAMPLER_STAGE_FFT_INTERPOLATOR:
     return low_latency_block != 0 ? create_up_fft_polyphase_stage(sample_size, stage, spec, channels, low_latency_block)
                                   : create_fft_polyphase_stage(sample_size, stage, spec, channels, threads);
+  case RAESAMPLER_STAGE_SDM:
+    return create_sdm_downsampler_stage(sample_size, stage, spec, channels);
+  case RAESAMPLER_STAGE_COMPLEX_TO_REAL:
+    return create_c2r_fft_converter_stage(sample_size, stage, spec, channels);
   default:
     return -1;
   }

@@ -19,6 +19,10 @@ std::int32_t stage_window(const stage_spec &spec) {
   }
 }
 
+bool takes_complex(const stage_spec &spec) {
+  return spec.type == RAESAMPLER_STAGE_COMPLEX_TO_REAL || (spec.type == RAESAMPLER_STAGE_SDM && spec.complex_input);
+}
+
 std::int32_t run_stage(const raesampler_stage &stage, const StageRun &how, const void *in, std::int32_t in_stride,
                        void *out, std::int32_t out_stride, std::int32_t count) {
   void *state = stage.states[how.channel];

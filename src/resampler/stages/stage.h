@@ -33,6 +33,9 @@ inline std::int32_t stage_bound(const raesampler_stage &stage, std::int32_t coun
 // otherwise a number that none exceeds.
 std::int32_t stage_window(const stage_spec &spec);
 
+// Whether the stage's input is runs of complex samples.
+bool takes_complex(const stage_spec &spec);
+
 // A run of `process`. Samples that the stage waits to skip are fed by themselves, as `process` wants it.
 struct StageRun {
   std::int32_t sample_size;
@@ -60,6 +63,8 @@ public:
   void share(Owner shared) {
     stage_.shared = shared.release();
   }
+  // What the stage does not release.
+  void lend(const void *shared) { stage_.shared = const_cast<void *>(shared); }
   template <typename Owner>
   void use_work(Owner work) {
     stage_.work = work.release();
