@@ -76,9 +76,9 @@ AUSPOOL_API void apply_kaiser_window_with_gain(double *taps, int32_t length, dou
 AUSPOOL_API double *create_lp_filter(int32_t length, int32_t window, int32_t minimum_phase, int32_t *peak_index,
                                      double gain, double cutoff, double beta);
 
-/* A Hilbert transformer of odd `length`, windowed by `window`: it turns every frequency by a quarter, sin into -cos, but
- * for those near 0 and near Nyquist, which it weakens. Every other tap is 0. Returns the prototype, or null, also for a
- * length that is even or below 2. */
+/* A Hilbert transformer of odd `length`, windowed by `window`: it turns every frequency by a quarter, sin into -cos,
+ * but for those near 0 and near Nyquist, which it weakens. Every other tap is 0. Returns the prototype, or null, also
+ * for a length that is even or below 2. */
 AUSPOOL_API double *create_hilbert_filter(int32_t length, int32_t window, double beta);
 
 /* Splits a prototype of `length` taps into `phases` rows of `taps` samples each, in one block for free(). Row p holds

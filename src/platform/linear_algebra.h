@@ -20,8 +20,8 @@ struct LeastSquares {
   double precision;          // A counts as singular where its condition is above 1 / precision
 };
 
-// Brings the squares of A X - B to their least; of all X that do, the one with the least squares of its own. False where
-// the solver gives up. Throws std::bad_alloc. Starts no thread.
+// Brings the squares of A X - B to their least; of all X that do, the one with the least squares of its own. False
+// where the solver gives up. Throws std::bad_alloc. Starts no thread.
 bool solve_least_squares(const LeastSquares &system);
 
 // A matrix times blocks of samples, real or complex, in one pass: for each block b, row r and column c

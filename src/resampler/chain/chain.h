@@ -24,7 +24,7 @@ struct raesampler {
   auspool::Block<double> block_output;               // and before they are narrowed
   auspool::Block<std::byte> scratch;                 // for a sample that grows beyond the buffers on the stack
   std::int32_t windows[RAESAMPLER_MAX_STAGES] = {};  // stage_window of each stage
-  bool ends_complex = false;  // the last stage takes complex runs, which must reach it whole
+  bool ends_complex = false;                         // the last stage takes complex runs, which must reach it whole
   std::int32_t surplus = 0;  // samples that one push may give beyond what was foreseen (stage_bound)
 
   raesampler() = default;

@@ -1,7 +1,7 @@
 // Chains of block transforms for whole-number rates going down.
 //
-// Powers of two come first, through transforms whose matrices all chains share: a sixteenth at a time, then what is left.
-// One transform does the rest of the ratio.
+// Powers of two come first, through transforms whose matrices all chains share: a sixteenth at a time, then what is
+// left. One transform does the rest of the ratio.
 #include <auspool/filter_design.h>
 #include <auspool/raesampler_planning.h>
 
@@ -48,9 +48,8 @@ public:
     stage.gain = 2.0;
     stage.pass_edge = edge;
     stage.stop_edge = 2 * edge * 0.95;
-    stage.length = static_cast<std::int32_t>(kaiser_estimate(&stage.kaiser_beta, &stage.cutoff, stage.pass_edge,
-                                                             stage.stop_edge, kRipple, kRipple) |
-                                             1);
+    stage.length = static_cast<std::int32_t>(
+        kaiser_estimate(&stage.kaiser_beta, &stage.cutoff, stage.pass_edge, stage.stop_edge, kRipple, kRipple) | 1);
   }
 
   void add_power(std::int64_t power) {

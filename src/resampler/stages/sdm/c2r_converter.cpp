@@ -6,9 +6,9 @@
 #include "auspool/filter_design.h"
 #include "auspool/raesampler_stages.h"
 #include "platform/vector.h"
+#include "resampler/stages/direct/window_line.h"
 #include "resampler/stages/direct_filter.h"
 #include "resampler/stages/stage.h"
-#include "resampler/stages/direct/window_line.h"
 
 namespace auspool {
 namespace {
@@ -91,13 +91,13 @@ std::int32_t c2r_converter_process(void *state, const void *shared, void * /*wor
                                                .out_stride = out_stride,
                                                .outputs = static_cast<std::size_t>(outputs)});
                    });
-  return static_cast<std::int32_t>(run_line<Sample>(
-      s.fill, s, s.line_real.get(), real, in_stride, samples,
-      [&](const Sample *window, std::int64_t first, std::int64_t outputs) {
-        const Sample *middle = window + (s.length - 1) / 2;
-        Sample *to = first_out + first * out_stride;
-        for (std::int64_t k = 0; k < outputs; ++k, to += out_stride) *to = middle[k] - *to;
-      }));
+  return static_cast<std::int32_t>(
+      run_line<Sample>(s.fill, s, s.line_real.get(), real, in_stride, samples,
+                       [&](const Sample *window, std::int64_t first, std::int64_t outputs) {
+                         const Sample *middle = window + (s.length - 1) / 2;
+                         Sample *to = first_out + first * out_stride;
+                         for (std::int64_t k = 0; k < outputs; ++k, to += out_stride) *to = middle[k] - *to;
+                       }));
 }
 
 namespace {
@@ -117,7 +117,8 @@ constexpr raesampler_stage operations() {
 }
 
 Block<std::byte> design_row(std::int32_t sample_size, const stage_spec &spec, std::int32_t length) {
-  const Block<double> prototype(create_hilbert_filter(length, static_cast<std::int32_t>(spec.window), spec.kaiser_beta));
+  const Block<double> prototype(
+      create_hilbert_filter(length, static_cast<std::int32_t>(spec.window), spec.kaiser_beta));
   if (!prototype) throw std::bad_alloc();
   void *row = make_polyphase_filter(sample_size, prototype.get(), length, length, 1, -1);
   if (!row) throw std::bad_alloc();

@@ -174,7 +174,8 @@ c2r_fft_converter shape_of(std::int32_t sample_size, std::int32_t length) {
 // The taps that are not 0 of a transformer of almost twice as many.
 Block<double> design_taps(const stage_spec &spec, std::int32_t taps) {
   const std::int32_t length = 2 * taps - 1;
-  const Block<double> prototype(create_hilbert_filter(length, static_cast<std::int32_t>(spec.window), spec.kaiser_beta));
+  const Block<double> prototype(
+      create_hilbert_filter(length, static_cast<std::int32_t>(spec.window), spec.kaiser_beta));
   if (!prototype) throw std::bad_alloc();
   void *rows = make_polyphase_filter(8, prototype.get(), length, taps, 2, 1);
   if (!rows) throw std::bad_alloc();

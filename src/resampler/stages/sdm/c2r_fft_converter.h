@@ -1,8 +1,9 @@
-// From a complex signal without negative frequencies to its real signal, at the same rate: the real part less the Hilbert
-// transform of the imaginary part, by fast convolution. What the complex signal has at negative frequencies cancels.
+// From a complex signal without negative frequencies to its real signal, at the same rate: the real part less the
+// Hilbert transform of the imaginary part, by fast convolution. What the complex signal has at negative frequencies
+// cancels.
 //
-// Every other tap of a Hilbert transformer is 0. So the even outputs come of the even samples alone, the odd of the odd,
-// each by a filter of half the taps.
+// Every other tap of a Hilbert transformer is 0. So the even outputs come of the even samples alone, the odd of the
+// odd, each by a filter of half the taps.
 #pragma once
 
 #include <cstdint>

@@ -32,7 +32,8 @@ TransformMatrix lapack_solve(vector::Split<const double> a, vector::Split<const 
   if (!linear_algebra::solve_least_squares({rows, columns, right_sides, system.get(), solution.get(), kPrecision})) {
     return nullptr;
   }
-  TransformMatrix matrix = make_matrix<double>(static_cast<std::size_t>(columns) * static_cast<std::size_t>(right_sides));
+  TransformMatrix matrix =
+      make_matrix<double>(static_cast<std::size_t>(columns) * static_cast<std::size_t>(right_sides));
   for (std::ptrdiff_t i = 0; i < columns; ++i) {
     for (std::ptrdiff_t j = 0; j < right_sides; ++j) {
       matrix->real[i * right_sides + j] = solution[static_cast<std::size_t>(i + j * rows)].real();

@@ -166,12 +166,8 @@ std::int32_t sdm_downsampler_process(void *state, const void *shared, void * /*w
   const std::int32_t produced = (blocks + (s.started ? 1 : 0)) * s.transform_size;
   auto *first_out = static_cast<Sample *>(out);
   const auto &matrix = *static_cast<const vector::Split<Sample> *>(shared);
-  sdm_downsample<Sample>(s,
-                         {matrix,
-                          samples,
-                          {first_out, first_out + std::ptrdiff_t{produced} / 2 * out_stride},
-                          out_stride},
-                         blocks);
+  sdm_downsample<Sample>(
+      s, {matrix, samples, {first_out, first_out + std::ptrdiff_t{produced} / 2 * out_stride}, out_stride}, blocks);
   s.fill = 0;
   fill_lines(s, advanced(samples, std::ptrdiff_t{blocks} * s.block_size), left % s.block_size);
   return produced;

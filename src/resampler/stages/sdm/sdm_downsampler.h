@@ -52,8 +52,8 @@ struct SdmRun {
   std::ptrdiff_t out_stride;
 };
 
-// Transforms the block in the lines, then `blocks` that lie behind one another in the input. Writes half a transform for
-// each, but for the first of a stream, whose first half lies before it.
+// Transforms the block in the lines, then `blocks` that lie behind one another in the input. Writes half a transform
+// for each, but for the first of a stream, whose first half lies before it.
 template <typename Sample>
 void sdm_downsample(sdm_downsampler &state, SdmRun<Sample> run, std::int32_t blocks);
 

@@ -44,7 +44,7 @@ bool is_size(std::int32_t block_size, std::int32_t transform_size) {
 TransformMatrix compute_transform_matrix(std::int32_t block_size, std::int32_t transform_size, std::int32_t rows) try {
   if (!is_size(block_size, transform_size)) return nullptr;
   const double scale = 2.0 * block_size / transform_size;
-  const double step = 0.5 / (rows - 1);  // both go from 0 to half the new rate: in cycles of an output sample
+  const double step = 0.5 / (rows - 1);    // both go from 0 to half the new rate: in cycles of an output sample
   const double input_step = step / scale;  // and of an input sample
   const Spectra a = exponentials(rows, transform_size, step, scale);
   const Spectra b = exponentials(rows, block_size, input_step, 1.0);

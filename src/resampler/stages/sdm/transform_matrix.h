@@ -1,12 +1,13 @@
 // The matrices of block transforms.
 //
 // A block of `block_size` real or complex samples becomes `transform_size` complex ones, which lie twice as long as the
-// block did: neighbouring results overlap by half and are added. The rate so falls by transform_size / (2 * block_size).
+// block did: neighbouring results overlap by half and are added. The rate so falls by transform_size / (2 *
+// block_size).
 //
-// The matrix is designed such that what comes out has the block's own spectrum at all frequencies from 0 to half the new
-// rate. So nothing that the block holds elsewhere, negative frequencies included, has an image there: it ends in the
-// negative half, which is free to hold whatever suits. The conversion to a real signal at the end of a chain drops that
-// half.
+// The matrix is designed such that what comes out has the block's own spectrum at all frequencies from 0 to half the
+// new rate. So nothing that the block holds elsewhere, negative frequencies included, has an image there: it ends in
+// the negative half, which is free to hold whatever suits. The conversion to a real signal at the end of a chain drops
+// that half.
 #pragma once
 
 #include <complex>
@@ -34,8 +35,8 @@ MatrixOf<T> make_matrix(std::size_t entries) {
   return MatrixOf<T>(new (memory) vector::Split<T>{values, values + entries});
 }
 
-// At how many frequencies spectra are compared. The phases of the largest matrix turn some 110 times within the band, so
-// there is no detail that these miss.
+// At how many frequencies spectra are compared. The phases of the largest matrix turn some 110 times within the band,
+// so there is no detail that these miss.
 inline constexpr std::int32_t kSpectrumRows = 2048;
 
 // Designs a matrix. Null for sizes that make none, which are an odd `transform_size`, one that would raise the rate and
@@ -43,8 +44,8 @@ inline constexpr std::int32_t kSpectrumRows = 2048;
 TransformMatrix compute_transform_matrix(std::int32_t block_size, std::int32_t transform_size,
                                          std::int32_t rows = kSpectrumRows);
 
-// The X that brings A X nearest to B. A is `rows` by `columns` and B `rows` by `right_sides`, both row by row. Null when
-// there is no solution or memory is short.
+// The X that brings A X nearest to B. A is `rows` by `columns` and B `rows` by `right_sides`, both row by row. Null
+// when there is no solution or memory is short.
 TransformMatrix lapack_solve(vector::Split<const double> a, vector::Split<const double> b, std::int32_t rows,
                              std::int32_t columns, std::int32_t right_sides);
 
