@@ -138,7 +138,7 @@ private:
   std::runtime_error no_chain() const {
     const std::string from = std::to_string(input_.info().samplerate), to = std::to_string(settings_.rate);
     if (settings_.sdm)
-      return std::runtime_error("--sdm: this version has no block transforms for " + from + " to " + to);
+      return std::runtime_error("--sdm: there are no block transforms from " + from + " to " + to + " Hz");
     return std::runtime_error("this version has no chain from " + from + " to " + to + " Hz at quality " +
                               std::to_string(settings_.quality));
   }

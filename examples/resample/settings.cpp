@@ -16,7 +16,8 @@ becomes; samples keep their form where that kind has it. OUT appears once it is 
   --rate HZ             the new sample rate, 1 to 6144000; at most 256 times the old one, or a 256th
   --quality 0..4        from cheap and short to flat and clean: 85, 92.5, 98, 99 or 99.5 % of the band (2)
   --minimum-phase       filters without ringing ahead of a transient
-  --sdm                 block transforms, for very high rates going down
+  --sdm                 block transforms, for very high rates going down by whole-number ratios of which no ready chain is
+                        known, such as 2822400 to 44100
   --tolerance X         a simpler ratio of rates may be taken, that far from the true one at most (0)
   --threads N           how many may work at once (as many as there are processors)
   --stream              in small blocks, as a player does, instead of in one call

@@ -102,8 +102,12 @@ ConverterQuality measure_quality(const RatePair &rates, std::int32_t flags, doub
   // In small partitions a filter remembers more than it asks to be padded with.
   const RaesamplerHandle in_large_blocks = create_chain(rates, flags & ~RAESAMPLER_FLAG_LOW_LATENCY);
   const double padding = raesampler_padding(chain.get()) + raesampler_padding(in_large_blocks.get());
-  const auto measure_chain = chain->sample_size == 8 ? measure<double> : measure<float>;
   return measure_chain(chain.get(), rates, highest, padding);
+}
+
+ConverterQuality measure_chain(raesampler *chain, const RatePair &rates, double highest, double memory) {
+  const auto measure_samples = chain->sample_size == 8 ? measure<double> : measure<float>;
+  return measure_samples(chain, rates, highest, memory);
 }
 
 ConverterQuality worst_of(const ConverterQuality &a, const ConverterQuality &b) {

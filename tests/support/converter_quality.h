@@ -33,6 +33,9 @@ double flat_share(const RatePair &rates, std::int32_t flags);
 ConverterQuality measure_quality(const RatePair &rates, std::int32_t flags, double highest,
                                  std::int32_t latency_microseconds = 0);
 
+// The same of any chain of one channel. `memory`: more input samples than it remembers.
+ConverterQuality measure_chain(raesampler *chain, const RatePair &rates, double highest, double memory);
+
 ConverterQuality worst_of(const ConverterQuality &a, const ConverterQuality &b);
 
 std::ostream &operator<<(std::ostream &out, const RatePair &rates);

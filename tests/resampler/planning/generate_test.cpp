@@ -160,7 +160,7 @@ TEST(Generate, PutsTheDriftStageInFront) {
   EXPECT_EQ(structure.stages[1].length, 7737);
 }
 
-TEST(Generate, KeepsARoundedRatioOnlyIfItIsCheaper) {
+TEST(Generate, KeepsARoundedRatioIfItIsCheaper) {
   resampler_structure structure;
   double ratio = 0;
   ASSERT_GT(generate_resampler_structure(2, &ratio, 0, 0, &structure, 44100.5, 88201.3, 1e-3), 0);
@@ -168,9 +168,42 @@ TEST(Generate, KeepsARoundedRatioOnlyIfItIsCheaper) {
   EXPECT_NEAR(chain_ratio(structure), 2, 1e-12);
 }
 
-TEST(Generate, HasNoChainOfBlockTransforms) {
+// A fifth is near enough to 80/441 at quality 0, but its one long filter costs more than two stages.
+TEST(Generate, RefusesARoundedRatioThatIsNotCheaper) {
+  resampler_structure exact, rounded, chosen;
+  ASSERT_GT(generate_resampler_structure2(0, 0, 0, &exact, 44100, 8000), 0);
+  ASSERT_GT(generate_resampler_structure2(0, 0, 0, &rounded, 5, 1), 0);
+  ASSERT_GT(rounded.cost, exact.cost);
+  double ratio = 0;
+  ASSERT_EQ(generate_resampler_structure(0, &ratio, 0, 0, &chosen, 44100, 8000, 0.05), exact.count);
+  EXPECT_EQ(ratio, 8000.0 / 44100.0);
+  EXPECT_EQ(chosen.cost, exact.cost);
+  EXPECT_NEAR(chain_ratio(chosen), ratio, 1e-12);
+}
+
+TEST(Generate, PlansBlockTransformsWhereTheyAreAskedFor) {
   resampler_structure structure;
-  EXPECT_EQ(generate_resampler_structure(2, nullptr, 0, 1, &structure, 2822400, 44100, 0), -1);
+  double ratio = 0;
+  ASSERT_EQ(generate_resampler_structure(2, &ratio, 0, 1, &structure, 2822400, 44100, 0), 3);
+  EXPECT_EQ(ratio, 1.0 / 64);
+  EXPECT_EQ(structure.stages[0].type, static_cast<std::uint32_t>(RAESAMPLER_STAGE_SDM));
+  ASSERT_EQ(generate_resampler_structure(2, &ratio, 1, 1, &structure, 2822400, 44100, 0), 4);
+  EXPECT_EQ(structure.stages[0].type, static_cast<std::uint32_t>(RAESAMPLER_STAGE_SINC));
+}
+
+TEST(Generate, HasNoBlockTransformsGoingUp) {
+  resampler_structure structure;
+  EXPECT_EQ(generate_resampler_structure(2, nullptr, 0, 1, &structure, 44100, 2822400, 0), -1);
+  EXPECT_EQ(generate_resampler_structure2(2, 0, 1, &structure, 44100, 44100), -1);
+}
+
+// Rates that are not whole have block transforms only where a ratio near theirs has.
+TEST(Generate, RoundsRatesThatAreNotWholeForBlockTransforms) {
+  resampler_structure structure;
+  double ratio = 0;
+  EXPECT_EQ(generate_resampler_structure(2, &ratio, 0, 1, &structure, 2822400.5, 44100, 0), -1);
+  ASSERT_EQ(generate_resampler_structure(2, &ratio, 0, 1, &structure, 2822400.5, 44100, 1e-6), 3);
+  EXPECT_EQ(ratio, 1.0 / 64);
 }
 
 TEST(Generate, RefusesWhatIsNoQualityAndNoRate) {
