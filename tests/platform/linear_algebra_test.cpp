@@ -51,9 +51,11 @@ struct Case {
 
 template <typename T, typename Run>
 void for_each_case(const Run &run) {
-  for (const std::size_t rows : {1, 2, 3, 4, 5, 8, 32}) {
-    for (const std::size_t columns : {1, 2, 3, 4, 7, 8, 9, 15, 16, 17, 31, 33, 64, 147}) {
-      for (const std::size_t blocks : {1, 2, 3, 4, 5, 9}) {
+  constexpr std::size_t kRows[] = {1, 2, 3, 4, 5, 8, 32}, kBlocks[] = {1, 2, 3, 4, 5, 9};
+  constexpr std::size_t kColumns[] = {1, 2, 3, 4, 7, 8, 9, 15, 16, 17, 31, 33, 64, 147};
+  for (const std::size_t rows : kRows) {
+    for (const std::size_t columns : kColumns) {
+      for (const std::size_t blocks : kBlocks) {
         for (const bool is_complex : {false, true}) run(Case<T>(rows, columns, blocks, is_complex));
       }
     }
