@@ -73,18 +73,20 @@ enum {
   RAESAMPLER_FLAG_LOW_LATENCY = 0x800    /* long filters in small partitions instead of large blocks */
 };
 
-/* RAESAMPLER_FLAG_SDM is for very high rates going down, such as 2822400 to 44100 Hz: the chain multiplies blocks of
- * samples by matrices, instead of filtering, and is planned the same at every quality, which only decides the precision.
- * - It serves whole-number rates, the input's above the output's. Null for others, and for a ratio of two large numbers
- *   whose matrix would have more than 100000 entries: each of the whole ratios from 2 to 300 can be had, and each pair
- *   of the usual rates. Ratios that the tables of ready chains have are converted by those, as without the flag
- *   (raesampler_planning.h; generate_sdm_resampler_structure plans them all the same).
- * - Tones keep their level to within 0.001 dB up to 99.5 % of the output's band, and aliases lie below -160 dB in 64-bit
- *   precision.
- * - The last stage works in blocks of 6386 output samples: what goes in comes out up to 16384 output samples later. The
- *   delay itself is taken out, to within a sample of the output.
- * - A process designs each matrix once, when it is first asked for, in 0.02 to 1 second and up to 100 MB, and keeps it: up
- *   to 1.6 MB. Other creations that need a matrix wait meanwhile. Later ones take a millisecond. */
+/* RAESAMPLER_FLAG_SDM is for very high rates going down, such as 2822400 to 44100 Hz: the chain multiplies
+ * blocks of samples by matrices instead of filtering. It is planned the same at every quality, which
+ * decides the precision alone.
+ * - It serves whole-number rates, the input's above the output's: each whole ratio from 2 to 300, and from
+ *   the multiples of 44100 and 48000 Hz up to 3072000 to 44100, 48000, 88200 and 96000. Null for other
+ *   rates, and for ratios whose matrix would have more than 100000 entries, such as 64000 to 44100.
+ * - Ratios that the tables of ready chains have are converted by those, as without the flag;
+ *   generate_sdm_resampler_structure of raesampler_planning.h plans them all the same.
+ * - Tones keep their level to within 0.001 dB up to 99.5 % of the output's band, and aliases lie below
+ *   -160 dB in 64-bit precision.
+ * - The last stage works in blocks of 6386 output samples: what goes in comes out up to 11400 of them
+ *   later. The delay itself is taken out, to within a sample of the output.
+ * - A process designs each matrix once, when it is first asked for, in up to a second, and keeps it: at
+ *   most 1.6 MB. Other creations that need a matrix wait meanwhile, later ones find it there. */
 
 /* Plans and builds a chain.
  *

@@ -22,8 +22,7 @@ struct Sizes {
 // Elements are not determined: columns of the equations nearly depend on one another, and the last digits of a sum
 // decide. What they do is.
 TEST(TransformMatrix, MeetsItsEquations) {
-  for (const auto &[block, transform] :
-       {Sizes{32, 32}, {64, 32}, {128, 32}, {256, 32}, {147, 80}, {48, 32}}) {
+  for (const auto &[block, transform] : {Sizes{32, 32}, {64, 32}, {128, 32}, {256, 32}, {147, 80}, {48, 32}}) {
     const TransformMatrix matrix = compute_transform_matrix(block, transform);
     ASSERT_TRUE(matrix);
     const Residual residual = residual_of(*matrix, block, transform, 777);
