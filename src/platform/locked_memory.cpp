@@ -14,6 +14,16 @@ void release_pages(void *pages, std::size_t bytes) noexcept {
   if (pages) munmap(pages, bytes);
 }
 
+void prefer_large_pages(void *pages, std::size_t bytes) noexcept {
+#ifdef MADV_COLLAPSE
+  constexpr int kCollapse = MADV_COLLAPSE;
+#else
+  constexpr int kCollapse = 25;  // Linux 6.1, which the C library's headers may not know yet
+#endif
+  // The advice alone would be heeded by later faults only, and these pages are there.
+  if (madvise(pages, bytes, MADV_HUGEPAGE) == 0) madvise(pages, bytes, kCollapse);
+}
+
 int pin_pages(const void *pages, std::size_t bytes) noexcept {
   return mlock(pages, bytes);
 }

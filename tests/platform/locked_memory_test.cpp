@@ -54,6 +54,15 @@ TEST(LockedMemory, ReleaseGivesEverythingBack) {
   EXPECT_EQ(testing::live_allocations(), before);
 }
 
+TEST(LockedMemory, OfLargePagesHoldsWhatItHeld) {
+  const std::size_t bytes = 4 << 20;
+  auto *pages = static_cast<Byte *>(allocate_pages(bytes));
+  for (std::size_t i = 0; i < bytes; i += page_bytes()) pages[i] = static_cast<Byte>(i / page_bytes() * 7);
+  prefer_large_pages(pages, bytes);
+  for (std::size_t i = 0; i < bytes; i += page_bytes()) ASSERT_EQ(pages[i], static_cast<Byte>(i / page_bytes() * 7));
+  release_pages(pages, bytes);
+}
+
 TEST(LockedMemory, SaysWhetherItIsPinned) {
   void *pages = allocate_pages(page_bytes());
   if (pin_pages(pages, page_bytes()) == 0) unpin_pages(pages, page_bytes());

@@ -42,7 +42,9 @@ public:
   static constexpr std::size_t kBytes = std::size_t{kBTAudioCacheBlocks} * kBTAudioBlockSize;
 
   BTAudioCacheMemory() : pages_(platform::allocate_pages(kBytes)) {
-    pinned_ = pages_ && platform::pin_pages(pages_, kBytes) == 0;
+    if (!pages_) return;
+    platform::prefer_large_pages(pages_, kBytes);
+    pinned_ = platform::pin_pages(pages_, kBytes) == 0;
   }
   ~BTAudioCacheMemory() {
     if (pinned_) platform::unpin_pages(pages_, kBytes);
@@ -55,7 +57,7 @@ public:
 
 private:
   void *pages_;
-  bool pinned_;
+  bool pinned_ = false;
 };
 
 struct BTAudioBuffer {
