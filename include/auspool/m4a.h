@@ -28,7 +28,11 @@
  * - A record has one user at a time. No call is fit for a real-time thread.
  * - Streams belong to the caller, must be open for writing, unbuffered or flushed before anybody else reads them, and
  *   stay open for as long as the record lives.
- * - A plain file holds up to 4 GiB of packets, and no packet of more than 32767 bytes: sizes are kept in 16 bits.
+ * - A plain file ends at 4 GiB, index and all: packets beyond are left out. No packet may have more than 32767 bytes:
+ * sizes are kept in 16 bits.
+ * - Where the disk does not take a packet whole, it is left out, with those before it that had not reached the disk
+ * yet. What follows stands where the index says. The stream's error indicator stays set, and is how a caller learns of
+ * it.
  */
 #ifndef AUSPOOL_M4A_H
 #define AUSPOOL_M4A_H
@@ -64,11 +68,12 @@ typedef struct fs_fix_th_data_t {
  * from its present position channels, rate, frames a packet and bitrate, then the size of each packet as soon as it is
  * written, all as 32-bit big-endian numbers: enough to build the index of a recording that was cut off. `sample_rate`
  * is in Hz, `packet_frames` the frames of every packet, `bitrate` in bits a second (0 for ALAC). Null, with the streams
- * left to the caller, when `file` is null, cannot be written, or memory runs out. */
+ * left to the caller, when `file` is null, cannot be written, or memory runs out. The record gets nothing more once it
+ * could not be written, and is cut when packets are given up: it never tells of more than there is. */
 AUSPOOL_API m4a_t *m4a_begin(FILE *file, FILE *recovery_file, uint32_t channels, uint32_t sample_rate,
                              uint32_t packet_frames, uint32_t bitrate, int32_t profile);
 
-/* Appends a packet of `size` bytes. One of which nothing could be written is left out without a word. */
+/* Appends a packet of `size` bytes. One that could not be written is left out without a word. */
 AUSPOOL_API void m4a_write_sample(m4a_t *m4a, const void *data, int32_t size);
 
 /* Takes over the configuration in the 48 bytes or more of an ALAC encoder's cookie: 24 bytes that follow its first 24.
@@ -77,9 +82,12 @@ AUSPOOL_API void m4a_alac_setinfo(m4a_t *m4a, const void *cookie, int32_t size);
 
 /* Writes the index, with `tags` (may be null) in it, and releases `m4a`. Without `fix_data` the index is at the end of
  * the file when the call returns. With it, a background job moves the audio up and puts the index in front of it, so
- * that the file plays before it has been read whole; the job has the stream from then on. Where the disk has no room
- * for that, the index goes to the end. 0, or nonzero if the file is not complete (`fix_data` stays with the caller
- * then). A `kind` that is none gives -1 and leaves `m4a` alive. */
+ * that the file plays before it has been read whole; the job has the stream from then on. Where the file cannot grow
+ * for that, it is not touched and the index goes to the end. Before any of this room is set aside for the index. Where
+ * the disk has none, the last packets are given up for it, a few kilobytes more than it needs: the file is whole for
+ * those that are left. A file system that cannot set room aside is taken to have it. 0, or nonzero if the file is not
+ * complete (`fix_data` stays with the caller then): memory or the stream failed, or not even an index without packets
+ * finds room. A `kind` that is none gives -1 and leaves `m4a` alive. */
 AUSPOOL_API int32_t m4a_finish(m4a_t *m4a, const audict *tags, int32_t kind, fs_fix_th_data_t *fix_data);
 
 /* ---- Fragmented files ---- */
@@ -90,7 +98,8 @@ AUSPOOL_API m4a_t *m4a_begin_fragmented(FILE *file, const audict *tags, int32_t 
                                         int32_t profile);
 
 /* Appends a packet. A fragment is complete on the disk once it holds five seconds, 10 packets at least and 1021 at
- * most. Packets of no bytes, and those that could not be written, are left out. */
+ * most. Packets of no bytes, and those that could not be written, are left out, and so is a fragment whose index could
+ * not be written. */
 AUSPOOL_API void m4a_write_sample_fragmented(m4a_t *m4a, const void *data, int32_t size);
 
 /* Completes the last fragment, which needs no memory, and returns 0. `kind` is not looked at. The record is not

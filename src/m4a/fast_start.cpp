@@ -10,15 +10,15 @@
 #include "auspool/aurec.h"
 #include "m4a/moov.h"
 #include "m4a/record.h"
+#include "platform/file_room.h"
+#include "platform/file_size.h"
 
 namespace auspool::m4a {
 namespace {
 
 constexpr std::int64_t kBlockBytes = 10485760;
 
-std::int64_t size_of_file(std::FILE *file) {
-  return std::fseek(file, 0, SEEK_END) == 0 ? std::ftell(file) : -1;
-}
+constexpr std::int64_t kAtTheEnd = -1;
 
 // Moves the first `size` bytes up by `by`. From the end to the front: no block lands on what has not been read.
 void move_up(std::FILE *file, std::int64_t size, std::int64_t by, char *block) {
@@ -37,16 +37,22 @@ void add_to_offsets(Words &stco, std::uint32_t moved) {
   std::for_each(stco.begin() + kHeaderWords, stco.end(), [moved](std::uint32_t &offset) { offset += moved; });
 }
 
-// Makes room behind the file type. Returns where the index goes: there, or at the file's end if there is no room.
+// Makes room behind the file type. Returns where the index goes: there, or to the end of a file of which not a byte has
+// been touched.
 std::int64_t make_room(std::FILE *file, m4a_pieces &pieces) {
-  const std::int64_t size = size_of_file(file), by = pieces.moov_size();
-  std::fflush(file);  // the file grows below the stream
-  if (ftruncate(fileno(file), size + by) != 0) return size;
+  if (std::fflush(file) != 0) return kAtTheEnd;  // the file is looked at and grows below the stream
+  const std::int64_t size = platform::size_of_open_file(fileno(file)), by = pieces.moov_size();
+  if (size < 0 || !platform::reserve_room(fileno(file), size, by)) return kAtTheEnd;
+  if (ftruncate(fileno(file), size + by) != 0) return kAtTheEnd;
   const std::unique_ptr<char[]> block(new (std::nothrow) char[kBlockBytes]);
-  if (!block) return size;
+  if (!block) return size;  // the index fills exactly what the file has grown by
   move_up(file, size, by, block.get());
   add_to_offsets(pieces.stco, static_cast<std::uint32_t>(by));
   return kFileTypeBytes;
+}
+
+bool seek(std::FILE *file, std::int64_t position) {
+  return std::fseek(file, std::max<std::int64_t>(position, 0), position == kAtTheEnd ? SEEK_END : SEEK_SET) == 0;
 }
 
 }  // namespace
@@ -55,7 +61,7 @@ void _m4a_fast_start_fix_run(fs_fix_th_data_t *fix_data) {
   aurec *const owner = fix_data->aurec;  // done_proc may release the record
   std::unique_ptr<m4a_pieces> pieces(std::exchange(fix_data->pieces, nullptr));
   const std::int64_t position = make_room(fix_data->file, *pieces);
-  if (std::fseek(fix_data->file, position, SEEK_SET) == 0) write_pieces(fix_data->file, *pieces);
+  if (seek(fix_data->file, position)) write_pieces(fix_data->file, *pieces);
   pieces.reset();
   if (fix_data->done_proc) fix_data->done_proc(fix_data);
   if (owner) aurec_thread_count_decrement(owner);

@@ -9,6 +9,7 @@
 #include <numeric>
 
 #include "base/four_cc.h"
+#include "m4a/fit_to_disk.h"
 #include "m4a/moov.h"
 #include "m4a/record.h"
 
@@ -89,41 +90,52 @@ private:
   std::uint32_t words_[kMoofHeaderWords + 2 * SampleSizes::kUsed + kDataHeaderBytes / 4] = {};
 };
 
-void open_fragment(m4a_t &m4a) {
-  m4a.fragment_offset = std::ftell(m4a.file);
+bool open_fragment(m4a_t &m4a) {
   Index reserved(m4a);
   reserved.moof()[0] = index_size(m4a);
   reserved.moof()[1] = four_cc("free");
-  write(m4a.file, reserved.all());
+  if (m4a.torn || write(m4a.file, reserved.all()) != reserved.all().size_bytes()) return false;
+  m4a.fragment_offset = m4a.data_end;
+  m4a.data_end += static_cast<std::int64_t>(reserved.all().size_bytes());
+  return true;
 }
 
 // The index is on the disk behind the name `free` before its name becomes `moof`: whatever the moment of a crash, a
 // reader skips the fragment or finds it whole.
-void close_fragment(m4a_t &m4a) {
-  SampleSizes &sizes = *m4a.sample_sizes;
+bool write_index(const m4a_t &m4a) {
+  const SampleSizes &sizes = *m4a.sample_sizes;
   Index index(m4a);
   build_moof(m4a, index.moof());
   index.data_header()[0] = static_cast<std::uint32_t>(
       std::accumulate(sizes.sizes, sizes.sizes + sizes.count, static_cast<std::int32_t>(kDataHeaderBytes)));
-
-  const std::int64_t end = std::ftell(m4a.file);
-  std::fseek(m4a.file, m4a.fragment_offset + kNameBytes, SEEK_SET);
-  const bool whole =
-      write(m4a.file, index.behind_name()) == index.behind_name().size_bytes() && std::fflush(m4a.file) == 0;
-  std::fseek(m4a.file, m4a.fragment_offset, SEEK_SET);
-  if (whole) write(m4a.file, index.name());
-  std::fseek(m4a.file, end, SEEK_SET);
-
-  m4a.fragment_duration += static_cast<std::int64_t>(m4a.packet_frames) * sizes.count;
-  sizes.count = 0;
-  ++m4a.fragment_sequence;
+  const auto written_at = [&m4a](std::int64_t offset, std::span<const std::uint32_t> words) {
+    return std::fseek(m4a.file, offset, SEEK_SET) == 0 && write(m4a.file, words) == words.size_bytes() &&
+           std::fflush(m4a.file) == 0;
+  };
+  return written_at(m4a.fragment_offset + kNameBytes, index.behind_name()) &&
+         written_at(m4a.fragment_offset, index.name()) && std::fseek(m4a.file, m4a.data_end, SEEK_SET) == 0;
 }
 
-bool write_empty_moov(const m4a_t &m4a, const audict *tags, std::int32_t kind) {
+void begin_next_fragment(m4a_t &m4a) {
+  m4a.fragment_duration += static_cast<std::int64_t>(m4a.packet_frames) * m4a.sample_sizes->count;
+  m4a.sample_sizes->count = 0;
+  ++m4a.fragment_sequence;
+  m4a.fragment_offset = m4a.data_end;
+}
+
+// A fragment that cannot be told of would hide those behind it: it is given up.
+void close_fragment(m4a_t &m4a) {
+  if (std::fflush(m4a.file) != 0) (void)drop_torn_packets(m4a);
+  if (m4a.sample_sizes->count == 0) return;
+  !m4a.torn &&write_index(m4a) ? begin_next_fragment(m4a) : drop_fragment(m4a);
+}
+
+bool write_empty_moov(m4a_t &m4a, const audict *tags, std::int32_t kind) {
   m4a_pieces pieces;
   pieces.mvex = create_mvex(m4a.packet_frames);
   build_pieces(m4a, tags, kind, pieces);
-  return write_pieces(m4a.file, pieces);
+  m4a.data_end = m4a.fragment_offset = kFileTypeBytes + std::int64_t{pieces.moov_size()};
+  return write_pieces(m4a.file, pieces) && std::fflush(m4a.file) == 0;
 }
 
 }  // namespace
@@ -146,8 +158,12 @@ m4a_t *m4a_begin_fragmented(FILE *file, const audict *tags, int32_t kind, uint32
 void m4a_write_sample_fragmented(m4a_t *m4a, const void *data, int32_t size) {
   if (size <= 0) return;  // an empty mdat would mean one that reaches to the end of the file
   SampleSizes &sizes = *m4a->sample_sizes;
-  if (sizes.count == 0) open_fragment(*m4a);
-  append_packet(*m4a, sizes, data, size);
+  if (sizes.count == 0 && !open_fragment(*m4a)) {
+    ++m4a->packets_lost;
+    (void)drop_torn_packets(*m4a);
+    return;
+  }
+  append_packet(*m4a, data, static_cast<std::size_t>(size));
   if (sizes.count == m4a->fragment_samples) close_fragment(*m4a);
 }
 

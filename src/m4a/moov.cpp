@@ -44,14 +44,12 @@ Chunks divide(std::uint32_t samples) {
   return {samples / kSamplesOfChunk + (rest > 0 ? 1 : 0), kSamplesOfChunk, rest};
 }
 
-std::int32_t finalize(const m4a_t &m4a, const audict *tags, std::int32_t kind, m4a_pieces *pieces) {
-  try {
-    m4a_pieces own;
-    build_pieces(m4a, tags, kind, pieces ? *pieces : own);
-    return pieces || write_pieces(m4a.file, own) ? 0 : -1;
-  } catch (const std::exception &) {
-    return -1;  // out of memory
-  }
+std::int32_t finalize(const m4a_t &m4a, const audict *tags, std::int32_t kind, m4a_pieces *pieces) try {
+  m4a_pieces own;
+  build_pieces(m4a, tags, kind, pieces ? *pieces : own);
+  return pieces || write_pieces(m4a.file, own) ? 0 : -1;
+} catch (const std::exception &) {
+  return -1;  // out of memory
 }
 
 }  // namespace

@@ -3,8 +3,22 @@
 #include <algorithm>
 #include <memory>
 #include <new>
+#include <utility>
+
+#include "m4a/fit_to_disk.h"
 
 namespace auspool::m4a {
+
+namespace {
+
+void remove_last_node(m4a_t &m4a) {
+  SampleSizes *before = m4a.sample_sizes;
+  while (before->next != m4a.last_sizes) before = before->next;
+  delete std::exchange(before->next, nullptr);
+  m4a.last_sizes = before;
+}
+
+}  // namespace
 
 bool write_file_type(std::FILE *file) {
   constexpr char kFileType[kFileTypeBytes + 1] =
@@ -40,12 +54,24 @@ SampleSizes *find_room(m4a_t &m4a) {
   return m4a.last_sizes;
 }
 
-std::size_t append_packet(m4a_t &m4a, SampleSizes &sizes, const void *data, std::int32_t size) {
-  const std::size_t written = size > 0 ? std::fwrite(data, 1, static_cast<std::size_t>(size), m4a.file) : 0;
-  if (written == 0) return 0;
-  sizes.add(written);
-  m4a.max_sample_size = std::max(m4a.max_sample_size, static_cast<std::int32_t>(written));
-  return written;
+bool append_packet(m4a_t &m4a, const void *data, std::size_t size) {
+  SampleSizes *const sizes = m4a.torn && !drop_torn_packets(m4a) ? nullptr : find_room(m4a);
+  if (sizes && std::fwrite(data, 1, size, m4a.file) == size) {
+    sizes->add(size);
+    m4a.data_end += static_cast<std::int64_t>(size);
+    m4a.max_sample_size = std::max(m4a.max_sample_size, static_cast<std::int32_t>(size));
+    return true;
+  }
+  ++m4a.packets_lost;
+  if (sizes) (void)drop_torn_packets(m4a);
+  return false;
+}
+
+std::optional<std::uint16_t> remove_last_size(m4a_t &m4a) {
+  while (m4a.last_sizes->count == 0 && m4a.last_sizes != m4a.sample_sizes) remove_last_node(m4a);
+  SampleSizes &last = *m4a.last_sizes;
+  if (last.count == 0) return std::nullopt;
+  return static_cast<std::uint16_t>(last.sizes[--last.count]);
 }
 
 void release_record(m4a_t *m4a) {

@@ -4,9 +4,11 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <optional>
 
 #include "auspool/m4a.h"
+#include "m4a/moov.h"
 #include "m4a/sample_sizes.h"
 
 namespace auspool::m4a {
@@ -36,6 +38,12 @@ struct m4a_t {
   std::int64_t fragment_offset = 0;                 // of the open fragment's index
   std::int64_t fragment_duration = 0;               // frames in the fragments before
   auspool::m4a::SampleSizes *last_sizes = nullptr;  // the node that is being filled
+  std::int64_t data_end = 0;                        // where the next packet goes
+  bool torn = false;                                // the disk does not hold what is noted here
+  std::uint32_t packets_lost = 0;                   // that the disk did not take, or were given up for the index
+  std::unique_ptr<m4a_pieces> index;                // of a plain file, once it is sure to fit
+  std::int64_t first_mirrored = 0;                  // offset of the first size in recovery_file
+  bool mirrors = false;                             // recovery_file tells of every packet so far
 
   m4a_t() = default;
   m4a_t(const m4a_t &) = delete;
@@ -55,8 +63,11 @@ m4a_t *create_record(std::FILE *file, std::uint32_t channels, std::uint32_t samp
 // A node with room for another size, or null when memory is out.
 SampleSizes *find_room(m4a_t &m4a);
 
-// Writes a packet and notes its size. Returns the bytes written; 0 when it is left out.
-std::size_t append_packet(m4a_t &m4a, SampleSizes &sizes, const void *data, std::int32_t size);
+// Writes a packet and notes its size. False when it is left out.
+bool append_packet(m4a_t &m4a, const void *data, std::size_t size);
+
+// Takes the last size away. Returns it, or nothing when there is none.
+std::optional<std::uint16_t> remove_last_size(m4a_t &m4a);
 
 // What m4a_finish does at its end; for a fragmented file the owner's last call.
 void release_record(m4a_t *m4a);

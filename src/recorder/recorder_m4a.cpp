@@ -3,7 +3,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "base/byte_order.h"
+#include "m4a/fit_to_disk.h"
 #include "m4a/record.h"
 #include "platform/recovery_path.h"
 
@@ -104,16 +107,26 @@ void RecorderM4A::refuse_file(FilePtr file, FilePtr recovery) {
 bool RecorderM4A::finish_m4a(FilePtr file, const TagsOfFile &tags, bool goes_on) {
   if (!fragmented) return finish_plain(std::move(file), tags, goes_on);
   const bool whole = m4a_finish_fragmented(m4a, flavor()) == 0;
+  discount_lost_packets();
   m4a::release_record(m4a);
   return whole;
+}
+
+// What the disk did not take is not in the file.
+void RecorderM4A::discount_lost_packets() {
+  const std::int64_t lost = std::min<std::int64_t>(m4a->packets_lost * packet_frames, file_frames);
+  file_frames = file_frames - lost;
+  total_frames = total_frames - lost;
 }
 
 // Hands the file to a background job, which moves the index to its front and then tells the host.
 bool RecorderM4A::finish_plain(FilePtr file, const TagsOfFile &tags, bool goes_on) {
   file_finalize();
+  const bool fits = m4a::fit_to_disk(*m4a, tags.get(), flavor());  // m4a_finish would, but not tell what it costs
+  discount_lost_packets();
   std::unique_ptr<fs_fix_th_data_t> fix(new (std::nothrow) fs_fix_th_data_t{});
   std::unique_ptr<post_proc_data_t> post(new (std::nothrow) post_proc_data_t{});
-  if (!fix || !post) {
+  if (!fits || !fix || !post) {
     m4a::release_record(m4a);
     return false;
   }

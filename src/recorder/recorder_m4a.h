@@ -57,6 +57,7 @@ private:
   void refuse_file(FilePtr file, FilePtr recovery);
   bool finish_m4a(FilePtr file, const TagsOfFile &tags, bool goes_on);
   bool finish_plain(FilePtr file, const TagsOfFile &tags, bool goes_on);
+  void discount_lost_packets();
   void end_recovery(FilePtr recovery);
   void keep_or_delete(bool whole);
   std::int32_t profile() const;

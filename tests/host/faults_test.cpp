@@ -10,6 +10,7 @@
 #include "host/recordings.h"
 #include "support/other_programs.h"
 #include "support/temp_dir.h"
+#include "support/tiny_disk.h"
 
 namespace auspool::testing {
 namespace {
@@ -59,23 +60,6 @@ TEST_F(Faults, APathThatIsTooLongIsToldAndRecordsNothing) {
   EXPECT_TRUE(std::filesystem::is_empty(folder));
 }
 
-// A disk of so many bytes of its own, for as long as the object lives.
-class TinyDisk {
-public:
-  TinyDisk(const std::string &where, const std::string &size) : where_(where) {
-    std::filesystem::create_directory(where);
-    mounted_ = run("mount -t tmpfs -o size=" + size + " tmpfs " + quoted(where)).status == 0;
-  }
-  ~TinyDisk() {
-    if (mounted_) run("umount " + quoted(where_));
-  }
-  bool mounted() const { return mounted_; }
-
-private:
-  const std::string where_;
-  bool mounted_ = false;
-};
-
 // The recorder loses what does not fit without a message; the file keeps what did, and the program notices the rest.
 TEST_F(Faults, AFullDiskKeepsWhatFitted) {
   const TinyDisk disk(dir_.file("disk"), "1m");
@@ -109,6 +93,34 @@ TEST_F(Faults, AFullDiskKeepsWhatFittedOfCompressedFormatsToo) {
         run("ffmpeg -v quiet -i " + dir_.file("disk/recording-001.") + name + " -f s16le - | wc -c");
     EXPECT_GT(std::stol(decoded.output), 4 * 200000) << "about a megabyte of it";
     std::filesystem::remove(dir_.file("disk/recording-001.") + name);
+  }
+}
+
+// MPEG-4 holds whole packets and an index of them, and leaves no recovery record behind.
+TEST_F(Faults, AFullDiskKeepsWhatFittedOfMpeg4Too) {
+  if (!aurec_can_output_type(AuRecOutputTypeALAC)) GTEST_SKIP() << "this build has no libavcodec";
+  const TinyDisk disk(dir_.file("disk"), "256k");
+  if (!disk.mounted()) GTEST_SKIP() << "mounting a small disk is not allowed here";
+  const Samples samples(samples_.begin(), samples_.begin() + 2 * 8000 * 100);
+  write_source(dir_.file("short.wav"), 8000, 2, samples);
+  const auto expected = stored(samples, 16);
+  for (const char *options : {"alac", "alac --fragmented", "aac --bitrate 48", "aac --bitrate 48 --fragmented"}) {
+    SCOPED_TRACE(options);
+    const Recording recording =
+        record(dir_.file("short.wav") + " --out " + dir_.file("disk") + " --type " + std::string(options));
+    EXPECT_EQ(recording.status, 1);
+    EXPECT_NE(recording.errors.find("seconds are missing"), std::string::npos) << recording.errors;
+    const std::string path = dir_.file("disk/recording-001.m4a");
+    ASSERT_TRUE(std::filesystem::exists(path));
+    EXPECT_GT(std::filesystem::file_size(path), 200000u);
+    EXPECT_EQ(run("ffmpeg -v error -i " + path + " -f null -").errors, "") << "every packet is whole";
+    const Audio audio = read_by_ffmpeg(path);
+    EXPECT_GT(audio.frames(), 40000u);
+    if (std::string(options).starts_with("alac")) {
+      EXPECT_TRUE(std::equal(audio.samples.begin(), audio.samples.end(), expected.begin()));
+    }
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.file("disk")), {}), 1) << "the record is gone";
+    std::filesystem::remove(path);
   }
 }
 

@@ -3,6 +3,7 @@
 
 #include <semaphore>
 
+#include "auspool/audict.h"
 #include "auspool/aurec.h"
 #include "base/byte_order.h"
 #include "m4a/fast_start.h"
@@ -67,6 +68,20 @@ TEST(FastStart, PutsTheIndexBehindTheType) {
   expect_right_offsets(bytes, 100);
 }
 
+TEST(FastStart, TagsAreTheBytesThatTheyAreInAPlainFile) {
+  audict *const tags = audict_create();
+  audict_set_string(tags, "Title", "Night Train");
+  M4aFile file, plain;
+  Fix fix(file);
+  EXPECT_EQ(m4a_finish(begin_with(file, 5, 100), tags, M4A_KIND_AAC, &fix.data), 0);
+  fix.wait();
+  EXPECT_EQ(m4a_finish(begin_with(plain, 5, 100), tags, M4A_KIND_AAC, nullptr), 0);
+  audict_release(tags);
+  EXPECT_NE(file.atom("moov.udta").bytes.find("Night Train"), std::string::npos);
+  EXPECT_EQ(file.atom("moov.udta").bytes, plain.atom("moov.udta").bytes);
+  expect_right_offsets(file.bytes(), 100);
+}
+
 TEST(FastStart, MovesFilesOfSeveralBlocks) {
   constexpr std::size_t kSize = 30000;
   constexpr int kPackets = 874;  // 25 MiB: three blocks
@@ -88,7 +103,8 @@ struct FailedFix {
   int failures;
   std::string bytes;
 };
-FailedFix fix_while_failing(const char *call, int nth, int packets = 50, std::size_t size = 100) {
+FailedFix fix_while_failing(const char *call, int nth, int packets = 50, std::size_t size = 100,
+                            int error = 28 /* ENOSPC */) {
   M4aFile file;
   m4a_t *const m4a = begin_with(file, packets, size);
   auto *const pieces = new m4a_pieces;
@@ -101,7 +117,7 @@ FailedFix fix_while_failing(const char *call, int nth, int packets = 50, std::si
   fs_fix_th_data_t fix = {};
   fix.file = file.stream;
   fix.pieces = pieces;
-  const CallFailer failer(call, nth, 28 /* ENOSPC */);
+  const CallFailer failer(call, nth, error);
   auspool::m4a::_m4a_fast_start_fix_run(&fix);
   return {failer.failures(), file.bytes()};
 }
@@ -113,12 +129,33 @@ TEST(FastStart, MovesNoMoreThanTenMebibytesAtATime) {
 }
 
 TEST(FastStart, LeavesTheIndexAtTheEndWhereItCannotMove) {
-  for (const char *call : {"ftruncate", "operator new"}) {
+  for (const char *call : {"ftruncate", "fallocate", "fflush", "operator new"}) {
     const FailedFix fix = fix_while_failing(call, 1);
     EXPECT_EQ(fix.failures, 1) << call;
     EXPECT_EQ(types_in(fix.bytes), "ftyp mdat moov") << call;
     expect_right_offsets(fix.bytes, 100);
   }
+}
+
+TEST(FastStart, MovesWhereTheDiskCannotSetRoomAside) {
+  const FailedFix fix = fix_while_failing("fallocate", 1, 50, 100, 95 /* EOPNOTSUPP */);
+  EXPECT_EQ(fix.failures, 1);
+  EXPECT_EQ(types_in(fix.bytes), "ftyp moov mdat");
+  expect_right_offsets(fix.bytes, 100);
+}
+
+// A seek that fails costs what it was for, and never the file.
+TEST(FastStart, NeverCutsTheFile) {
+  for (int nth = 1; nth < 10; ++nth) {
+    const FailedFix fix = fix_while_failing("fseek", nth);
+    EXPECT_GT(fix.bytes.size(), 40u + 50 * 100) << nth;
+    if (fix.failures == 0) {
+      EXPECT_GT(nth, 3);
+      EXPECT_EQ(types_in(fix.bytes), "ftyp moov mdat");
+      return;
+    }
+  }
+  ADD_FAILURE() << "more seeks than there should be";
 }
 
 TEST(FastStart, IsCountedWithTheJobsOfItsOwner) {

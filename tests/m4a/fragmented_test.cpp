@@ -165,17 +165,89 @@ TEST(FragmentedM4a, EmptyPacketLeavesNoTrace) {
   EXPECT_EQ(of.file.bytes(), before);
 }
 
+// A file in memory that keeps what it was after each write that reached it.
+struct NotedFile {
+  std::string bytes;
+  std::size_t at = 0;
+  std::vector<std::string> states;
+
+  static ssize_t write(void *self, const char *data, std::size_t size) {
+    auto &file = *static_cast<NotedFile *>(self);
+    if (file.bytes.size() < file.at + size) file.bytes.resize(file.at + size);
+    file.bytes.replace(file.at, size, data, size);
+    file.at += size;
+    file.states.push_back(file.bytes);
+    return static_cast<ssize_t>(size);
+  }
+  static int seek(void *self, off64_t *offset, int from) {
+    auto &file = *static_cast<NotedFile *>(self);
+    const std::size_t start = from == SEEK_SET ? 0 : from == SEEK_CUR ? file.at : file.bytes.size();
+    *offset += static_cast<off64_t>(start);
+    file.at = static_cast<std::size_t>(*offset);
+    return 0;
+  }
+  FILE *open() { return fopencookie(this, "w", {nullptr, write, seek, nullptr}); }
+};
+
+// A reader of a file that was cut off finds an index whole, or none: one that is torn would cost it the whole file.
 TEST(FragmentedM4a, IndexGetsItsNameOnceTheRestIsWritten) {
-  for (const int nth : {2, 3}) {  // the index behind its name, the name; the first write is the packet's
+  NotedFile file;
+  FILE *const stream = file.open();
+  m4a_t *const m4a = m4a_begin_fragmented(stream, nullptr, M4A_KIND_AAC, 2, 44100, 22050, 128000, 0);
+  for (int i = 0; i < 10; ++i) m4a_write_sample_fragmented(m4a, packet(i).data(), 10);
+  auspool::m4a::release_record(m4a);
+  std::fclose(stream);
+  const Atom moof = atom_at(file.bytes, "moof");
+  int named = 0, unnamed = 0;
+  for (const std::string &state : file.states) {
+    if (state.size() < moof.offset + moof.size()) continue;
+    const bool has_name = state.substr(moof.offset + 4, 4) == "moof";
+    ++(has_name ? named : unnamed);
+    if (has_name) {
+      EXPECT_EQ(state.substr(moof.offset, moof.size()), moof.bytes);
+      EXPECT_EQ(atom_at(state, "mdat").size(), 8u + 10 * 10);
+    }
+  }
+  EXPECT_GT(named, 0);
+  EXPECT_GT(unnamed, 1) << "before the index, and with all of it but the name";
+}
+
+// It would hide all fragments that follow.
+TEST(FragmentedM4a, FragmentWhoseIndexCannotBeWrittenIsGivenUp) {
+  for (const auto &[call, nth] : {std::pair("fwrite", 2),
+                                  {"fwrite", 3},
+                                  {"fseek", 1},
+                                  {"fseek", 2},
+                                  {"fseek", 3},
+                                  {"fflush", 2},
+                                  {"fflush", 3}}) {
+    SCOPED_TRACE(call + std::to_string(nth));
     Fragmented torn({44100, 22050});
     torn.write(9);
     {
-      const CallFailer failer("fwrite", nth, 28 /* ENOSPC */);
+      const CallFailer failer(call, nth, 28 /* ENOSPC */);  // the first write is the packet's
       torn.write(1);
       ASSERT_EQ(failer.failures(), 1);
     }
-    EXPECT_EQ(torn.types(), "ftyp moov free mdat") << nth;
+    EXPECT_EQ(torn.types(), "ftyp moov");
+    torn.write(10);
+    EXPECT_EQ(torn.types(), "ftyp moov moof mdat");
+    EXPECT_EQ(torn.atoms()[2].word(20), 1u);
+    EXPECT_EQ(torn.m4a->packets_lost, 10u);
   }
+}
+
+TEST(FragmentedM4a, FragmentThatCannotBeBegunLeavesNoTrace) {
+  Fragmented of({44100, 22050});
+  {
+    const CallFailer failer("fwrite", 1, 28 /* ENOSPC */);
+    of.write(1);
+    ASSERT_EQ(failer.failures(), 1);
+  }
+  EXPECT_EQ(of.types(), "ftyp moov");
+  of.write(10);
+  EXPECT_EQ(of.types(), "ftyp moov moof mdat");
+  EXPECT_EQ(of.m4a->packets_lost, 1u);
 }
 
 TEST(FragmentedM4a, LostPacketIsNotInTheIndex) {
