@@ -71,18 +71,17 @@ constexpr Row kAac[] = {
     {kSampleEntry + 4, four_cc("mp4a")},
     {412, 51},
     {416, four_cc("esds")},
-    {424, 0x03808080},
-    {428, 0x22000000},  // ES descriptor, 34 bytes
-    {432, 0x04808080},
-    {436, 0x14401500},  // decoder configuration, 20 bytes: MPEG-4 audio, an audio stream
-    {440, 0x18000000},  // buffer size
-    // 442 and 446 bitrate
-    {448, 0x00000580},
-    {452, 0x80800200},  // specific information, 2 bytes at 455
-    {456, 0x00068080},
-    {460, 0x80010200},  // synchronisation
-    {464, 0x00000966},
-    {468, 0x72656500},  // "free" at 463 makes up for the odd length
+};
+
+// What follows, of odd lengths.
+constexpr std::size_t kEsds = 424, kMostBitrate = 442, kMeanBitrate = 446, kConfig = 455;
+constexpr std::uint8_t kEsdsBytes[] = {
+    3, 0x80, 0x80, 0x80, 34,  0,    0,    0,             // 424 ES descriptor: no number, no flags
+    4, 0x80, 0x80, 0x80, 20,  0x40, 0x15, 0,   0x18, 0,  // 432 decoder: MPEG-4 audio, an audio stream, its buffer
+    0, 0,    0,    0,    0,   0,    0,    0,             // 442 bitrate at most and on average
+    5, 0x80, 0x80, 0x80, 2,   0,    0,                   // 450 decoder's own: 455 AudioSpecificConfig
+    6, 0x80, 0x80, 0x80, 1,   2,                         // 457 synchronisation
+    0, 0,    0,    9,    'f', 'r',  'e',  'e', 0,        // 463 makes up for the odd length
 };
 
 constexpr Row kAlac[] = {
@@ -105,23 +104,24 @@ void put(Words &block, std::span<const std::size_t> offsets, std::uint32_t word)
   for (const std::size_t offset : offsets) block[offset / 4] = word;
 }
 
-void put_bitrate_and_config(Words &block, const m4a_t &m4a) {
+void put_esds(Words &block, const m4a_t &m4a) {
   std::uint8_t bitrate[4];
   store_be(bitrate, m4a.bitrate);
-  put_bytes(block, 442, bitrate);  // at most
-  put_bytes(block, 446, bitrate);  // on average
-  put_bytes(block, 455, audio_specific_config(m4a.sample_rate, m4a.channels, m4a.profile));
+  put_bytes(block, kEsds, kEsdsBytes);
+  put_bytes(block, kMostBitrate, bitrate);
+  put_bytes(block, kMeanBitrate, bitrate);
+  put_bytes(block, kConfig, audio_specific_config(m4a.sample_rate, m4a.channels, m4a.profile));
 }
 
 void put_alac_config(Words &block, const m4a_t &m4a) {
-  constexpr std::size_t kConfig = 424;
-  if (m4a.alac_info) return put_bytes(block, kConfig, *m4a.alac_info);
+  constexpr std::size_t kInfo = 424;
+  if (m4a.alac_info) return put_bytes(block, kInfo, *m4a.alac_info);
   const Row rows[] = {
-      {kConfig, m4a.packet_frames},
-      {kConfig + 4, 0x0010280A},                                // version, 16 bits, and how the coder adapts
-      {kConfig + 8, 0x0E0000FF | (m4a.channels & 0xFF) << 16},  // the coder's limits around the channels
-      {kConfig + 12, static_cast<std::uint32_t>(m4a.max_sample_size)},
-      {kConfig + 20, m4a.sample_rate},
+      {kInfo, m4a.packet_frames},
+      {kInfo + 4, 0x0010280A},                                // version, 16 bits, and how the coder adapts
+      {kInfo + 8, 0x0E0000FF | (m4a.channels & 0xFF) << 16},  // the coder's limits around the channels
+      {kInfo + 12, static_cast<std::uint32_t>(m4a.max_sample_size)},
+      {kInfo + 20, m4a.sample_rate},
   };
   put(block, rows);
 }
@@ -155,7 +155,7 @@ Words create_moov_block(const m4a_t &m4a, std::int32_t kind, std::uint32_t sampl
   put(block, kDurations, samples * m4a.packet_frames);
   block[kChannelsAndBits / 4] = m4a.channels << 16 | 16;
   block[kRate / 4] = m4a.sample_rate << 16;  // of rates above 65535 Hz the low half: decoders go by the configuration
-  kind == M4A_KIND_AAC ? put_bitrate_and_config(block, m4a) : put_alac_config(block, m4a);
+  kind == M4A_KIND_AAC ? put_esds(block, m4a) : put_alac_config(block, m4a);
   const bool fragmented = m4a.fragment_samples > 0;
   put_stts(block, fragmented ? 0 : 1, samples, m4a.packet_frames);
   return block;

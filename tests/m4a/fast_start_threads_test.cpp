@@ -187,6 +187,27 @@ TEST(FastStart, ThreadThatDoesNotStartIsReported) {
   aurec_destroy(owner);
 }
 
+TEST(FastStart, FailsToBeginWhereMemoryIsOut) {
+  int failures = 0;
+  for (bool failed = true; failed; failures += failed) {
+    M4aFile file;
+    Fix fix(file);
+    m4a_t *const m4a = begin_with(file, 3, 10);
+    std::int32_t result = 0;
+    {
+      const AllocationFailer failer(failures + 1);
+      result = m4a_finish(m4a, nullptr, M4A_KIND_AAC, &fix.data);
+      failed = failer.failed();
+    }
+    EXPECT_EQ(result != 0, failed) << failures;
+    if (result == 0) fix.wait();
+    if (failed) {
+      EXPECT_EQ(fix.data.pieces, nullptr);
+    }
+  }
+  EXPECT_GT(failures, 4);
+}
+
 TEST(FastStart, SeveralJobsRunSideBySide) {
   aurec *const owner = aurec_create(nullptr, no_file, nullptr, nullptr, nullptr, nullptr);
   M4aFile files[4];

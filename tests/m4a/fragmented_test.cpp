@@ -3,8 +3,10 @@
 
 #include <algorithm>
 
+#include "auspool/audict.h"
 #include "m4a/m4a_file.h"
 #include "m4a/record.h"
+#include "support/big_endian.h"
 #include "support/watch.h"
 
 using namespace auspool::testing;
@@ -73,6 +75,32 @@ TEST(FragmentedM4a, AlacHasNoLargestPacketYet) {
   const Atom entry = of.file.atom("moov.trak.mdia.minf.stbl.stsd.alac");
   EXPECT_EQ(entry.word(48), 4096u);
   EXPECT_EQ(entry.word(60), 0u);
+}
+
+TEST(FragmentedM4a, AlacsIndexIsTheShorterOne) {
+  const Fragmented of({44100, 4096}, M4A_KIND_ALAC);
+  EXPECT_EQ(of.types(), "ftyp moov");
+  EXPECT_EQ(of.atoms()[1].size(), 472u + 16 + 20 + 16 + 40);
+}
+
+TEST(FragmentedM4a, TagsAreInTheFileFromTheStart) {
+  audict *const tags = audict_create();
+  audict_set_string(tags, "Title", "Night Train");
+  const Fragmented of({}, M4A_KIND_AAC, tags);
+  audict_release(tags);
+  const Atom moov = of.file.atom("moov");
+  EXPECT_EQ(types_in(moov.bytes.substr(8)), "mvhd trak mvex udta");
+  EXPECT_NE(atom_at(moov.bytes.substr(8), "udta.meta.ilst").bytes.find("Night Train"), std::string::npos);
+}
+
+TEST(FragmentedM4a, DataSizeIsTheSumOfTheSizesAsTheyAreStored) {
+  Fragmented of({44100, 22050});
+  const std::size_t moof = of.file.bytes().size();
+  m4a_write_sample_fragmented(of.m4a, packet(0, 40000).data(), 40000);
+  of.write(9);
+  const std::string bytes = of.file.bytes();
+  EXPECT_EQ(bytes.substr(moof + 4, 4), "moof");
+  EXPECT_EQ(bytes.substr(moof + 68 + 80, 8), be32(static_cast<std::uint32_t>(8 + 40000 - 65536 + 9 * 10)) + "mdat");
 }
 
 TEST(FragmentedM4a, OpenFragmentIsSkippedByReaders) {

@@ -4,6 +4,7 @@
 #include "auspool/audict.h"
 #include "m4a/m4a_file.h"
 #include "m4a/record.h"
+#include "support/big_endian.h"
 #include "support/watch.h"
 
 using namespace auspool::testing;
@@ -67,6 +68,95 @@ TEST(PlainM4a, HoldsTheAtomsOfATrackInTheirOrder) {
   EXPECT_EQ(types_in(atom_at(bytes, "moov.trak.mdia").bytes.substr(8)), "mdhd hdlr minf");
   EXPECT_EQ(types_in(atom_at(bytes, "moov.trak.mdia.minf").bytes.substr(8)), "smhd dinf stbl");
   EXPECT_EQ(types_in(atom_at(bytes, kStbl).bytes.substr(8)), "stsd stts stsc stsz stco");
+}
+
+std::string with_size(const std::string &type, const std::string &content) {
+  return words({static_cast<std::uint32_t>(8 + content.size())}) + type + content;
+}
+
+// What every track has between the index's head and the description of its samples.
+std::string head_of_track(std::uint32_t time, std::uint32_t rate, std::uint32_t duration) {
+  const std::string matrix = words({0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000});
+  return with_size("tkhd", words({7, time, time, 1, 0, duration, 0, 0, 0, 0x01000000}) + matrix + words({0, 0})) +
+         "(mdia)" + with_size("mdhd", words({0, time, time, rate, duration, 0})) +
+         with_size("hdlr", words({0, 0}) + "soun" + words({0, 0, 0, 0})) + "(minf)" + with_size("smhd", words({0, 0})) +
+         with_size("dinf", with_size("dref", words({0, 1}) + with_size("url ", words({1}))));
+}
+
+// The bytes of a moov, where headers of atoms that hold others stand as "(type)".
+std::string flattened(const Atom &moov) {
+  std::string flat;
+  for (const Atom &atom : atoms_in(moov.bytes.substr(8))) {
+    const bool holds_atoms = atom.type == "trak" || atom.type == "mdia" || atom.type == "minf" || atom.type == "stbl";
+    flat += holds_atoms ? "(" + atom.type + ")" + flattened(atom) : atom.bytes;
+  }
+  return flat;
+}
+
+// Byte by byte, but for the sizes of what holds others: that those are right shows in that the atoms are found.
+TEST(PlainM4a, HoldsWhatADecoderNeedsAndNothingElse) {
+  for (const std::int32_t kind : {M4A_KIND_AAC, M4A_KIND_ALAC}) {
+    M4aFile file;
+    write_whole(file, 3, kind, {.rate = 44100, .frames = 1024});
+    const Atom moov = file.atom("moov");
+    const std::uint32_t time = file.atom("moov.mvhd").word(12), rate = 44100, duration = 3 * 1024;
+    const std::string entry =
+        kind == M4A_KIND_AAC
+            ? with_size("mp4a", words({0, 1, 0, 0, 2 << 16 | 16, 0, rate << 16}) +
+                                    with_size("esds", std::string("\0\0\0\0\3\x80\x80\x80\x22\0\0\0\4\x80\x80\x80\x14"
+                                                                  "\x40\x15\0\x18\0\0\1\xF4\0\0\1\xF4\0\5\x80\x80"
+                                                                  "\x80\2\x12\x10\6\x80\x80\x80\1\2",
+                                                                  43)) +
+                                    with_size("free", std::string(1, '\0')))
+            : with_size("alac", words({0, 1, 0, 0, 2 << 16 | 16, 0, rate << 16}) +
+                                    with_size("alac", words({0, 1024, 0x0010280A, 0x0E0200FF, 10, 0, rate})));
+    EXPECT_EQ(
+        flattened(moov),
+        with_size("mvhd", words({0,       time, time, rate, duration,   0x10000, 0x01000000, 0, 0, 0x10000, 0, 0, 0,
+                                 0x10000, 0,    0,    0,    0x40000000, 0,       0,          0, 0, 0,       0, 2})) +
+            "(trak)" + head_of_track(time, rate, duration) + "(stbl)" + with_size("stsd", words({0, 1}) + entry) +
+            with_size("stts", words({0, 1, 3, 1024})) + with_size("stsc", words({0, 1, 1, 3, 1})) +
+            with_size("stsz", words({0, 0, 3, 10, 10, 10})) + with_size("stco", words({0, 1, 40})));
+    EXPECT_EQ(moov.size(), (kind == M4A_KIND_AAC ? 496u : 472u) + 28 + 32 + 20);
+  }
+}
+
+TEST(PlainM4a, RatesAndDurationsWrapWhereTheirFieldsEnd) {
+  M4aFile file;
+  write_whole(file, 3, M4A_KIND_ALAC, {.rate = 96000, .frames = 0x60000000});
+  EXPECT_EQ(file.atom(kStbl + std::string(".stsd.alac")).word(32), 0x77000000u);
+  EXPECT_EQ(file.atom(kStbl + std::string(".stsd.alac")).word(68), 96000u);
+  EXPECT_EQ(file.atom("moov.mvhd").word(20), 96000u);
+  EXPECT_EQ(file.atom("moov.mvhd").word(24), 0x20000000u) << "of 0x120000000";
+}
+
+TEST(PlainM4a, HighEfficiencyHalvesTheRateForTheDecoderAlone) {
+  M4aFile file;
+  write_whole(file, 1, M4A_KIND_AAC, {.profile = M4A_PROFILE_HE});
+  EXPECT_EQ(file.atom("moov.mvhd").word(20), 44100u);
+  EXPECT_EQ(file.atom("moov.trak.mdia.mdhd").word(20), 44100u);
+  EXPECT_EQ(file.atom(kStbl + std::string(".stsd.mp4a")).word(32), 44100u << 16);
+  EXPECT_EQ(file.atom(kStbl + std::string(".stsd.mp4a")).text(79, 2), "\x13\x90");
+}
+
+TEST(PlainM4a, AacHasNoUseForAnAlacCookie) {
+  M4aFile plain, told;
+  write_whole(plain, 1);
+  m4a_t *const m4a = begin(told);
+  m4a_alac_setinfo(m4a, std::string(48, 'x').data(), 48);
+  write_packets(m4a, 1);
+  EXPECT_EQ(m4a_finish(m4a, nullptr, M4A_KIND_AAC, nullptr), 0);
+  EXPECT_EQ(told.atom(kStbl + std::string(".stsd")).bytes, plain.atom(kStbl + std::string(".stsd")).bytes);
+}
+
+// Its wrong size shifts all offsets behind it.
+TEST(PlainM4a, OffsetsFollowTheSizesAsTheyAreStored) {
+  M4aFile file;
+  m4a_t *const m4a = begin(file);
+  m4a_write_sample(m4a, packet(0, 40000).data(), 40000);
+  write_packets(m4a, 21);
+  EXPECT_EQ(m4a_finish(m4a, nullptr, M4A_KIND_AAC, nullptr), 0);
+  EXPECT_EQ(offsets_of(file), (Rows{40, 40 + 20 * 10 + 40000u - 65536}));
 }
 
 TEST(PlainM4a, TellsDurationInFramesEverywhere) {
