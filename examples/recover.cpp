@@ -102,6 +102,7 @@ void recover_file(const fs::path &path) {
   fs::remove(temporary);  // of an earlier try
   try {
     const std::size_t packets = rebuild(record, in.get(), fs::file_size(path), temporary);
+    fs::permissions(temporary, fs::status(path).permissions());
     fs::rename(temporary, path);
     const double frames = static_cast<double>(packets) * record.packet_frames();
     std::printf("%s: recovered %zu packets, %.3f s\n", path.c_str(), packets, frames / record.rate());

@@ -4,7 +4,6 @@
 
 #include "m4a/aac_frequencies.h"
 #include "recorder/bitrate_tables.h"
-#include "recorder/m4a_file_type.h"
 
 namespace auspool {
 namespace {
@@ -40,14 +39,6 @@ void RecorderAAC::fix_opts(AuRecOptionsAAC *options) {
   if (options->quality >= 10) options->quality = 5;
   if (options->profile >= 3) options->profile = 0;
   if (options->profile == 2) options->mono = 0;  // parametric stereo has two channels by its nature
-}
-
-std::uint32_t RecorderAAC::os_type() const {
-  return m4a_file_type(options.fast_start != 0, options.audiobook != 0);
-}
-
-std::uint32_t RecorderAAC::creator() const {
-  return kM4ACreator;
 }
 
 float RecorderAAC::enc_rate(float rate) const {

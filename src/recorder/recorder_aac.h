@@ -6,7 +6,7 @@
 
 namespace auspool {
 
-class RecorderAAC final : public RecorderM4A {
+class RecorderAAC : public RecorderM4A {
 public:
   static constexpr AuRecOptionsAAC DefaultOptions() { return {0, 128, 0, 5, 1, 0}; }
   static void fix_opts(AuRecOptionsAAC *options);
@@ -17,20 +17,20 @@ public:
       : RecorderM4A(owner, shared), options(wanted) {}
 
   AuRecOutputType type() const override { return AuRecOutputTypeAAC; }
-  std::uint32_t os_type() const override;
-  std::uint32_t creator() const override;
-  float enc_rate(float rate) const override;
-  void prepare_codec(platform::AudioCodec &encoder, platform::StreamDescription &input,
-                     platform::StreamDescription &output) const override;
 
-private:
+protected:
+  float enc_rate(float rate) const override;
   std::uint32_t component_subtype() const override;
   bool force_mono() const override { return options.mono != 0; }
   std::uint32_t max_bitrate() const override { return options.bitrate * 1000; }
   std::int32_t flavor() const override { return M4A_KIND_AAC; }
   bool wants_shorts() const override { return false; }
   bool fast_start() const override { return options.fast_start != 0; }
+  bool audiobook() const override { return options.audiobook != 0; }
+  void prepare_codec(platform::AudioCodec &encoder, platform::StreamDescription &input,
+                     platform::StreamDescription &output) const override;
 
+private:
   const AuRecOptionsAAC options;
 };
 

@@ -1,16 +1,6 @@
 #include "recorder/recorder_alac.h"
 
-#include "recorder/m4a_file_type.h"
-
 namespace auspool {
-
-std::uint32_t RecorderALAC::os_type() const {
-  return m4a_file_type(options.fast_start != 0, options.audiobook != 0);
-}
-
-std::uint32_t RecorderALAC::creator() const {
-  return kM4ACreator;
-}
 
 void RecorderALAC::prepare_codec(platform::AudioCodec &encoder, platform::StreamDescription &input,
                                  platform::StreamDescription &output) const {

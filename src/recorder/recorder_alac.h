@@ -6,7 +6,7 @@
 
 namespace auspool {
 
-class RecorderALAC final : public RecorderM4A {
+class RecorderALAC : public RecorderM4A {
 public:
   static constexpr AuRecOptionsALAC DefaultOptions() { return {0, 0, 1}; }
   static void fix_opts(AuRecOptionsALAC *) {}
@@ -16,10 +16,8 @@ public:
       : RecorderM4A(owner, shared), options(wanted) {}
 
   AuRecOutputType type() const override { return AuRecOutputTypeALAC; }
-  std::uint32_t os_type() const override;
-  std::uint32_t creator() const override;
 
-private:
+protected:
   float enc_rate(float rate) const override { return rate; }
   std::uint32_t component_subtype() const override { return four_cc("alac"); }
   bool force_mono() const override { return options.mono != 0; }
@@ -27,10 +25,12 @@ private:
   std::int32_t flavor() const override { return M4A_KIND_ALAC; }
   bool wants_shorts() const override { return true; }
   bool fast_start() const override { return options.fast_start != 0; }
+  bool audiobook() const override { return options.audiobook != 0; }
   void prepare_codec(platform::AudioCodec &encoder, platform::StreamDescription &input,
                      platform::StreamDescription &output) const override;
   void post_encode_hack(const platform::AudioCodec &encoder, m4a_t *file) const override;
 
+private:
   const AuRecOptionsALAC options;
 };
 

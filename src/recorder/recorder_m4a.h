@@ -9,6 +9,7 @@
 #include <string>
 
 #include "auspool/m4a.h"
+#include "base/four_cc.h"
 #include "platform/audio_codec.h"
 #include "recorder/recorder.h"
 
@@ -19,6 +20,12 @@ public:
   static bool is_available(std::uint32_t subtype) { return platform::AudioCodec::is_available(subtype); }
 
   using Recorder::Recorder;
+
+  // How the file system knows the files: one that cannot be played while it loads is no music file or book.
+  std::uint32_t os_type() const override {
+    return !fast_start() ? four_cc("MP4 ") : audiobook() ? four_cc("M4B ") : four_cc("M4A ");
+  }
+  std::uint32_t creator() const override { return four_cc("tnch"); }
 
 protected:
   virtual float enc_rate(float rate) const = 0;  // of the file, for an input of this rate
@@ -31,6 +38,7 @@ protected:
   virtual void prepare_codec(platform::AudioCodec &encoder, platform::StreamDescription &input,
                              platform::StreamDescription &output) const = 0;
   virtual void post_encode_hack(const platform::AudioCodec &, m4a_t *) const {}
+  virtual bool audiobook() const = 0;
 
   // Interleaved audio for the encoder, and its answer of the same rate.
   void describe(std::uint32_t format_flags, std::uint32_t bytes_per_sample, const platform::AudioCodec &of,

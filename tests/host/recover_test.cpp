@@ -83,6 +83,17 @@ TEST_F(Recover, TakesThePacketsThatAreWhole) {
   EXPECT_FALSE(has_record());
 }
 
+TEST_F(Recover, KeepsTheFilesPermissions) {
+  namespace fs = std::filesystem;
+  const std::string path = folder.file("a.m4a");
+  write_file(path, file_of(std::string(10, 'a')));
+  write_file(folder.file(".a.m4a.recovery"), header + words({10}));
+  fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write | fs::perms::others_read);
+  const fs::perms before = fs::status(path).permissions();
+  EXPECT_EQ(run(quoted(AUSPOOL_RECOVER) + " " + quoted(path)).status, 0);
+  EXPECT_EQ(fs::status(path).permissions(), before);
+}
+
 TEST_F(Recover, TakesARecordingThatEndedWithoutAnIndex) {
   const ProgramResult result = recover(file_of(std::string(30, 'a'), true), header + words({10, 20}));
   EXPECT_NE(result.output.find("recovered 2 packets"), std::string::npos) << result.errors;

@@ -1,7 +1,6 @@
 #include "recorder/recorder_aac.h"
 
-#include "recorder/aurec_record.h"
-#include "support/recording_host.h"
+#include "recorder/m4a_classes.h"
 
 using namespace auspool;
 using namespace auspool::testing;
@@ -10,47 +9,11 @@ using platform::StreamDescription;
 
 namespace {
 
-struct Delete {
-  void operator()(Recorder *recorder) const { recorder->SafeDelete(); }
-};
-template <typename T>
-using Ptr = std::unique_ptr<T, Delete>;
-
-class AacRecorder : public ::testing::Test {
+class AacRecorder : public M4aClasses<RecorderAAC, AuRecOptionsAAC> {
 protected:
-  Ptr<RecorderAAC> with(const AuRecOptionsAAC &options) {
-    return Ptr<RecorderAAC>(new RecorderAAC(host_.rec(), &host_.rec()->ext_vars, options));
-  }
   float enc_rate(float rate, std::uint32_t bitrate, std::uint32_t mono = 0, std::uint32_t profile = 0) {
     return with({mono, bitrate, 0, 5, 1, profile})->enc_rate(rate);
   }
-
-private:
-  Host host_;
-};
-
-// Notes what it is told.
-class NotingCodec final : public AudioCodec {
-public:
-  bool set_property(std::uint32_t selector, std::uint32_t value) override {
-    (selector == kQuality ? quality : bit_rate) = value;
-    return true;
-  }
-  std::uint32_t property(std::uint32_t) const override { return 0; }
-  StreamDescription output_format() const override {
-    StreamDescription format;
-    format.format_id = four_cc("aac ");
-    return format;
-  }
-  std::vector<std::uint8_t> magic_cookie() const override { return {}; }
-  std::int32_t initialize(const StreamDescription &, const StreamDescription &) override { return 0; }
-  void uninitialize() override {}
-  std::int32_t reset() override { return 0; }
-  bool append_input_data(std::span<const std::uint8_t>) override { return false; }
-  void end_of_stream() override {}
-  Produced produce_output_packet(std::span<std::uint8_t>) override { return {Produced::kDone, 0}; }
-
-  std::uint32_t quality = 1, bit_rate = 1;
 };
 
 TEST_F(AacRecorder, DescribesItself) {
@@ -116,19 +79,23 @@ TEST_F(AacRecorder, SnapsToTheFrequenciesOfAac) {
 TEST_F(AacRecorder, TellsTheEncoderQualityAndBitrate) {
   constexpr std::uint32_t kExpected[] = {127, 127, 96, 96, 64, 64, 32, 32, 0, 0};
   for (std::uint32_t quality = 0; quality < 10; ++quality) {
-    NotingCodec codec;
+    NotingCodec codec(four_cc("aac "));
     StreamDescription input, output;
     with({0, 96, 0, quality, 1, 0})->prepare_codec(codec, input, output);
-    EXPECT_EQ(codec.quality, kExpected[quality]) << quality;
-    EXPECT_EQ(codec.bit_rate, 96000u);
+    EXPECT_EQ(codec.settings[AudioCodec::kQuality], kExpected[quality]) << quality;
+    EXPECT_EQ(codec.settings[AudioCodec::kBitRate], 96000u);
   }
 }
 
 TEST_F(AacRecorder, GivesTheEncoderFloats) {
   for (const std::uint32_t channels : {1u, 2u}) {
-    NotingCodec codec;
+    NotingCodec codec(four_cc("aac "));
     StreamDescription input, output;
-    with({channels == 1 ? 1u : 0u, 96, 0, 5, 1, 0})->prepare_codec(codec, input, output);
+    const auto recorder = with({channels == 1 ? 1u : 0u, 96, 0, 5, 1, 0});
+    set_rate(*recorder, 32000);
+    recorder->prepare_codec(codec, input, output);
+    EXPECT_EQ(input.sample_rate, 32000.0);
+    EXPECT_EQ(output.sample_rate, 32000.0);
     EXPECT_EQ(input.format_id, four_cc("lpcm"));
     EXPECT_EQ(input.format_flags, 9u);
     EXPECT_EQ(input.channels_per_frame, channels);

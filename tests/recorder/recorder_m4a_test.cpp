@@ -348,6 +348,66 @@ TEST_F(RecordedM4a, RecoveryRecordOfAacHoldsItsBitrate) {
   stop();
 }
 
+// A name of its own keeps the record within reach: it says that it is none any more. Nor does its end wait for the job.
+TEST_F(RecordedM4a, RecoveryRecordDiesBeforeTheJobHasRun) {
+  use_alac(1);
+  const std::string kept = host.dir.file("kept");
+  host.on_call = [&](const Call &call) {
+    if (call.name == "finalize") std::filesystem::create_hard_link(platform::recovery_path(host.path_of(1)), kept);
+    if (call.name == "done") host.wait_until([&] { return !recovery_exists(); }, "the end of the record");
+  };
+  record(left, right);
+  host.on_call = nullptr;
+  const std::string bytes = read_file(kept);
+  EXPECT_EQ(bytes.substr(0, 8), std::string("\0ound si", 8));
+  EXPECT_EQ(bytes.size(), 52u + 4 * 4);
+}
+
+TEST_F(RecordedM4a, EveryFormIsOfTheSameFileType) {
+  std::string types;
+  for (const auto &[fast_start, audiobook] : {std::pair(1u, 0u), {1u, 1u}, {0u, 1u}}) {
+    aurec_set_output_type(host, AuRecOutputTypeALAC);
+    aurec_set_alac_options(host, {0, audiobook, fast_start});
+    record(left, right);
+    types += atom_at(read_file(host.finished().back()), "ftyp").text(8, 4);
+  }
+  EXPECT_EQ(types, "M4A M4A M4A ");
+}
+
+// The float next to the limit is above it.
+TEST_F(RecordedM4a, LosslessSamplesAreHeldToTheirRange) {
+  use_alac(1);
+  const float limit = 0.9999694f, edge = 32767.0f / 32768.0f;
+  const Samples samples = {std::nextafter(limit, 0.0f),  limit, edge, 1.0f,      2.0f,    -1.0f,
+                           std::nextafter(-1.0f, -2.0f), -2.0f, NAN,  -0.99999f, 0.00003f};
+  record(samples, samples);
+  std::vector<std::int32_t> stored = decoded(host.finished().back()), firsts;
+  for (std::size_t i = 0; i < samples.size(); ++i) firsts.push_back(stored.at(2 * i));
+  EXPECT_EQ(firsts,
+            (std::vector<std::int32_t>{32766, 32767, 32767, 32767, 32767, -32768, -32768, -32768, 0, -32767, 0}));
+}
+
+// An encoder with a memory forgets: each file begins with its delay, and holds the audio that it was given.
+TEST_F(RecordedM4a, FilesOfASplitAacRecordingAreEachWhole) {
+  use_aac(1);
+  ASSERT_EQ(host.start(), 0);
+  const Samples tone = sine(20 * 1024, 44100, 440);
+  for (int part = 0; part < 3; ++part) {
+    if (part > 0) split(host);
+    host.feed(tone, tone);
+    host.wait_until_ring_is_empty();
+  }
+  stop();
+  ASSERT_EQ(host.finished().size(), 3u);
+  for (const std::string &path : host.finished()) {
+    EXPECT_EQ(packets_in(path), 21u);
+    const std::vector<std::int32_t> samples = decoded(path);
+    double first = 0;
+    for (std::size_t i = 0; i < 2 * 900; ++i) first = std::max(first, std::fabs(samples[i] / 32768.0));
+    EXPECT_LT(first, 0.1) << "nothing of the file before";
+  }
+}
+
 TEST_F(RecordedM4a, FragmentedFileNeedsNoRecoveryRecord) {
   use_alac(0);
   ASSERT_EQ(host.start(), 0);
