@@ -6,22 +6,15 @@
 //   Open    count > 0    full, or the file ends: the sizes go in, `free` becomes `moof`               Closed
 #include <algorithm>
 #include <memory>
-#include <numeric>
 
 #include "base/four_cc.h"
 #include "m4a/fit_to_disk.h"
+#include "m4a/fragment_index.h"
 #include "m4a/moov.h"
 #include "m4a/record.h"
 
 namespace auspool::m4a {
 namespace {
-
-constexpr std::size_t kMoofHeaderWords = 17;
-constexpr long kNameBytes = 8;  // a name is an atom's size and type
-
-std::uint32_t index_size(const m4a_t &m4a) {
-  return static_cast<std::uint32_t>(4 * kMoofHeaderWords) + 8 * static_cast<std::uint32_t>(m4a.fragment_samples);
-}
 
 // About five seconds; all sizes of a fragment stand in one node.
 std::int32_t packets_of_fragment(std::uint32_t sample_rate, std::uint32_t packet_frames) {
@@ -36,83 +29,23 @@ Words create_mvex(std::uint32_t packet_frames) {
   return {40, four_cc("mvex"), 32, four_cc("trex"), 0, 1, 1, packet_frames, 0, 0};
 }
 
-// With room for `fragment_samples` packets, of which it may hold fewer: what is left is a `free` at its end.
-//  0 size   4 "moof"    8 size 16   12 "mfhd"  16 version and flags   20 number of the fragment
-// 24 size   28 "traf"  32 size 16   36 "tfhd"  40 flags: offsets count from here   44 track
-// 48 size   52 "trun"  56 flags: offset, durations and sizes are there   60 packets   64 offset of the first
-// 68 frames and size of each packet
-void build_moof(const m4a_t &m4a, std::span<std::uint32_t> moof) {
-  const SampleSizes &sizes = *m4a.sample_sizes;
-  const auto size = static_cast<std::uint32_t>(moof.size_bytes()), count = static_cast<std::uint32_t>(sizes.count);
-  const auto sequence = static_cast<std::uint32_t>(m4a.fragment_sequence);
-  const std::uint32_t header[kMoofHeaderWords] = {
-      size,
-      four_cc("moof"),
-      16,
-      four_cc("mfhd"),
-      0,
-      sequence,
-      44 + 8 * count,
-      four_cc("traf"),
-      16,
-      four_cc("tfhd"),
-      0x00020000,
-      1,
-      20 + 8 * count,
-      four_cc("trun"),
-      0x00000301,
-      count,
-      size + kDataHeaderBytes,
-  };
-  auto at = std::copy(std::begin(header), std::end(header), moof.begin());
-  for (std::uint32_t i = 0; i < count; ++i) {
-    *at++ = m4a.packet_frames;
-    *at++ = static_cast<std::uint32_t>(sizes.sizes[i]);
-  }
-  if (at == moof.end()) return;
-  at[0] = static_cast<std::uint32_t>(4 * (moof.end() - at));
-  at[1] = four_cc("free");
-}
-
-// The index of one fragment and the header of its mdat, which follows it at once.
-class Index {
-public:
-  explicit Index(const m4a_t &m4a) : moof_words_(index_size(m4a) / 4) { data_header()[1] = four_cc("mdat"); }
-
-  std::span<std::uint32_t> moof() { return {words_, moof_words_}; }
-  std::span<std::uint32_t> data_header() { return {words_ + moof_words_, kDataHeaderBytes / 4}; }
-  std::span<const std::uint32_t> name() const { return {words_, kNameBytes / 4}; }
-  std::span<const std::uint32_t> behind_name() const { return all().subspan(kNameBytes / 4); }
-  std::span<const std::uint32_t> all() const { return {words_, moof_words_ + kDataHeaderBytes / 4}; }
-
-private:
-  std::size_t moof_words_;
-  std::uint32_t words_[kMoofHeaderWords + 2 * SampleSizes::kUsed + kDataHeaderBytes / 4] = {};
-};
-
 bool open_fragment(m4a_t &m4a) {
-  Index reserved(m4a);
-  reserved.moof()[0] = index_size(m4a);
-  reserved.moof()[1] = four_cc("free");
-  if (m4a.torn || write(m4a.file, reserved.all()) != reserved.all().size_bytes()) return false;
+  const auto index = FragmentIndex::reserved(m4a);
+  if (m4a.torn || write(m4a.file, index.all()) != index.all().size_bytes()) return false;
   m4a.fragment_offset = m4a.data_end;
-  m4a.data_end += static_cast<std::int64_t>(reserved.all().size_bytes());
+  m4a.data_end += static_cast<std::int64_t>(index.all().size_bytes());
   return true;
 }
 
 // The index is on the disk behind the name `free` before its name becomes `moof`: whatever the moment of a crash, a
 // reader skips the fragment or finds it whole.
 bool write_index(const m4a_t &m4a) {
-  const SampleSizes &sizes = *m4a.sample_sizes;
-  Index index(m4a);
-  build_moof(m4a, index.moof());
-  index.data_header()[0] = static_cast<std::uint32_t>(
-      std::accumulate(sizes.sizes, sizes.sizes + sizes.count, static_cast<std::int32_t>(kDataHeaderBytes)));
+  const auto index = FragmentIndex::complete(m4a);
   const auto written_at = [&m4a](std::int64_t offset, std::span<const std::uint32_t> words) {
     return std::fseek(m4a.file, offset, SEEK_SET) == 0 && write(m4a.file, words) == words.size_bytes() &&
            std::fflush(m4a.file) == 0;
   };
-  return written_at(m4a.fragment_offset + kNameBytes, index.behind_name()) &&
+  return written_at(m4a.fragment_offset + FragmentIndex::kNameBytes, index.behind_name()) &&
          written_at(m4a.fragment_offset, index.name()) && std::fseek(m4a.file, m4a.data_end, SEEK_SET) == 0;
 }
 
@@ -127,7 +60,8 @@ void begin_next_fragment(m4a_t &m4a) {
 void close_fragment(m4a_t &m4a) {
   if (std::fflush(m4a.file) != 0) (void)drop_torn_packets(m4a);
   if (m4a.sample_sizes->count == 0) return;
-  !m4a.torn &&write_index(m4a) ? begin_next_fragment(m4a) : drop_fragment(m4a);
+  const bool written = !m4a.torn && write_index(m4a);
+  written ? begin_next_fragment(m4a) : drop_fragment(m4a);
 }
 
 bool write_empty_moov(m4a_t &m4a, const audict *tags, std::int32_t kind) {

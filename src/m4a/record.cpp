@@ -8,7 +8,6 @@
 #include "m4a/fit_to_disk.h"
 
 namespace auspool::m4a {
-
 namespace {
 
 void remove_last_node(m4a_t &m4a) {
