@@ -88,6 +88,19 @@ TEST(BTAudioCache, FreeNodesAreHandedOutLowestPlaceFirstAndMoreAreMade) {
   EXPECT_EQ(store->freeNodeCount, 127u);
 }
 
+// Whoever asked holds nodes of a tree that has lost records meanwhile, and must begin again.
+TEST(BTAudioCache, NoNodeIsGivenWhereTheTreeChangedToMakeRoomForIt) {
+  Store store({.blocksPerFile = 6});
+  store.audio(5 * kFramesPerBlock);
+  store->firstFreeNode = store->freeNodeCount = 0;
+  const std::uint64_t before = store->treeChanges;
+  EXPECT_EQ(BTAudioBufferGetFreeNode(store.get()), nullptr);
+  EXPECT_GT(store->treeChanges, before);
+  EXPECT_EQ(store.start(), kFramesPerBlock) << "the oldest audio made room";
+  EXPECT_EQ(store->freeNodeCount, 128u);
+  EXPECT_NE(BTAudioBufferGetFreeNode(store.get()), nullptr);
+}
+
 TEST(BTAudioCacheDeath, OnOneReleaseTooMany) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   Store store;

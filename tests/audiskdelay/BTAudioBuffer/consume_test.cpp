@@ -35,7 +35,9 @@ TEST(BTAudioConsume, ShortensALongerSilenceInItsPlace) {
   store.gap(3);
   store.silence(100);
   const BTAudioRecord *const record = store.first();
+  store->cacheBlocks.find(0)->dirty = 0;
   EXPECT_TRUE(store.consume(30));
+  EXPECT_EQ(store->cacheBlocks.find(0)->dirty, 1);
   EXPECT_EQ(store.first(), record);
   EXPECT_EQ(record->frameTime(), 30u);
   EXPECT_EQ(record->physicalTime, 30u);

@@ -207,6 +207,17 @@ TEST(BTAudioTree, HoldsWhatASortedListHolds) {
   }
 }
 
+TEST(BTAudioTree, AParentsKeyFollowsItsChildsFirstRecord) {
+  const Tree tree;
+  for (std::uint64_t time = 10; time < 100; ++time) tree.insert(time);
+  const auto root_key = [&] { return key_at(tree.node(tree->root).get(), 0)->value(); };
+  EXPECT_EQ(root_key(), 10u);
+  tree.remove(10);
+  EXPECT_EQ(root_key(), 11u);
+  tree.insert(3);
+  EXPECT_EQ(root_key(), 3u);
+}
+
 TEST(BTAudioTree, AFailedDeletionChangesNothing) {
   Tree tree;
   for (std::uint64_t time = 0; time < 60; ++time) tree.insert(time);

@@ -132,6 +132,24 @@ TEST(BTAudioWrite, ASilenceRecordHoldsNoMoreThan32BitsOfFrames) {
   EXPECT_EQ(record_of(store, store.end() - 1).frames, 3u);
 }
 
+// Written to the file as they were, and still in the cache.
+TEST(BTAudioWrite, WhatChangesInABlockIsToBeWrittenAgain) {
+  Store store;
+  const auto now_dirty = [&](std::uint32_t index, auto change) {
+    BTAudioCacheBlock *const block = store->cacheBlocks.find(block_bid(index));
+    block->dirty = 0;
+    change();
+    return block->dirty == 1;
+  };
+  store.audio(10);
+  EXPECT_TRUE(now_dirty(1, [&] { store.audio(10); })) << "more audio";
+  EXPECT_TRUE(now_dirty(0, [&] { store.audio(10); })) << "a longer record";
+  store.silence(10);
+  EXPECT_TRUE(now_dirty(0, [&] { store.silence(10); })) << "a longer silence";
+  EXPECT_TRUE(now_dirty(0, [&] { store.gap(1), store.silence(10); })) << "another record";
+  EXPECT_TRUE(now_dirty(1, [&] { store.audio(10); })) << "another record's audio";
+}
+
 TEST(BTAudioWrite, TheTrimTakesWholeAudioRecords) {
   Store store({.maxFrames = 3 * kFramesPerBlock});
   store.audio(3 * kFramesPerBlock);
