@@ -1,6 +1,8 @@
 #include "auspool/audiskdelay2.h"
 
+#include "audiskdelay/BTAudioBuffer/context.h"
 #include "audiskdelay/delay2.h"
+#include "audiskdelay/failing_disk.h"
 #include "audiskdelay/pcm16.h"
 #include "support/hand_clock.h"
 #include "support/login_service.h"
@@ -141,6 +143,24 @@ TEST_F(Delay2, TellsOfEachSecondThatItGrowsOrShrinks) {
   const auto drop = std::adjacent_find(sizes.begin(), sizes.end(), std::greater<>());
   ASSERT_NE(drop, sizes.end()) << "a record was cut off";
   EXPECT_GE(drop[0] - drop[1], 1.0f);
+}
+
+TEST_F(Delay2, WhatTheStoreRefusesIsNotHeldBack) {
+  Disk disk;
+  disk.write_error = EIO;
+  make(3600);
+  delay->store->file = std::make_unique<FileOnDisk>(disk);
+  for (int i = 0; i < 1200; ++i) {
+    write(1000);
+    do {
+      delay->store->consuming = 1;  // no room is made of older audio
+    } while (pass(*delay));
+    if (i == 5) {
+      EXPECT_EQ(read(5000), (Spans{{1, 5000}}));
+    }
+  }
+  EXPECT_LT(length(), 1190000u) << "there was no room for all";
+  EXPECT_EQ(read(5000), (Spans{{5001, 5000}})) << "what waits to be read goes on where it was";
 }
 
 // ---- Silence ----

@@ -322,7 +322,7 @@ TEST_F(BacktrackValues, StayWhileTheirAudioIsInTheReadRing) {
   for (int i = 0; i < 8; ++i) {
     write(1000);
     settle();
-    if (i == 3) add(1);
+    if (i == 0) add(1);
   }
   add(2);
   EXPECT_EQ(freed, "");
