@@ -53,7 +53,6 @@ private:
   // False once the user has had enough.
   bool wants_more() {
     for (;;) {
-      const double now = held_.delay();
       switch (keys_.next()) {
       case Keys::Key::none:
         return !quit_ && !example::interrupted();
@@ -61,19 +60,19 @@ private:
         quit_ = true;
         break;
       case Keys::Key::zero:
-        held_.set(0);
+        held_.end();
         break;
       case Keys::Key::up:
-        held_.set(now + 1);
+        held_.move(1);
         break;
       case Keys::Key::down:
-        held_.set(now - 1);
+        held_.move(-1);
         break;
       case Keys::Key::right:
-        held_.set(now + 10);
+        held_.move(10);
         break;
       case Keys::Key::left:
-        held_.set(now - 10);
+        held_.move(-10);
         break;
       }
     }

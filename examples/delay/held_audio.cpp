@@ -66,6 +66,11 @@ void HeldAudio::settle() {
   (void)wait_until([this] { return stored() >= held_; });
 }
 
+void HeldAudio::move(double seconds) {
+  settle();
+  set(delay() + seconds);
+}
+
 void HeldAudio::set(double seconds) {
   silence_ = 0;
   settle();

@@ -23,8 +23,9 @@ public:
   // Waits until the delay has stored all that went in, so that its figures are true.
   void settle();
 
-  // Makes the delay so many seconds, as far as there is audio.
-  void set(double seconds);
+  // Changes the delay by so many seconds, or ends it, as far as there is audio.
+  void move(double seconds);
+  void end() { set(0); }
 
   double length() const { return static_cast<double>(audiskdelay2_max_delay(delay_.get())); }  // seconds
   double delay() const { return static_cast<double>(audiskdelay2_info(delay_.get(), nullptr, nullptr)); }
@@ -34,6 +35,7 @@ public:
   const std::vector<float> &right() const { return right_; }
 
 private:
+  void set(double seconds);
   std::int64_t stored() const;
   int read(int frames);
   void give(int silent, int frames);

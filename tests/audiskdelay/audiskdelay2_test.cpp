@@ -4,7 +4,6 @@
 #include "audiskdelay/delay2.h"
 #include "audiskdelay/failing_disk.h"
 #include "audiskdelay/pcm16.h"
-#include "support/hand_clock.h"
 #include "support/login_service.h"
 #include "support/watch.h"
 
@@ -163,78 +162,6 @@ TEST_F(Delay2, WhatTheStoreRefusesIsNotHeldBack) {
   EXPECT_EQ(read(5000), (Spans{{5001, 5000}})) << "what waits to be read goes on where it was";
 }
 
-// ---- Silence ----
-
-class Delay2Silence : public Delay2 {
-protected:
-  // Bytes of audio that the store has room for: what silence does not take.
-  std::uint64_t file_size() const {
-    std::uint64_t bytes = 0;
-    audiskdelay::BTAudioBufferGetInfo(delay->store.get(), nullptr, nullptr, &bytes);
-    return bytes;
-  }
-  // The record at a frame of the store: how long it goes on from there.
-  std::uint32_t record_at(std::uint64_t frame) const {
-    std::uint32_t frames = 0;
-    EXPECT_TRUE(audiskdelay::BTAudioBufferRead(delay->store.get(), &frame, nullptr, nullptr, &frames, nullptr));
-    return frames;
-  }
-};
-
-TEST_F(Delay2Silence, ASecondIsStoredAsAudioAndTheRestAsARecord) {
-  make(36000);
-  write(500);
-  settle();
-  for (int i = 0; i < 9; ++i) {
-    write_silence(100);
-    settle();
-  }
-  EXPECT_EQ(delay->silent_frames, 900u);
-  EXPECT_EQ(record_at(0), 1400u) << "one record of audio";
-  write_silence(100);
-  settle();
-  EXPECT_EQ(record_at(0), 1400u) << "the block that completes the second is a record of silence already";
-  EXPECT_EQ(record_at(1400), 100u);
-  for (int i = 0; i < 1000; ++i) {
-    write_silence(1000);
-    settle();
-    read(1000);
-  }
-  EXPECT_EQ(record_at(1400), 1000100u) << "which grows";
-  EXPECT_LE(file_size(), 2u * 131072);
-  write(100);
-  settle();
-  EXPECT_EQ(length(), 1001600u);
-  EXPECT_EQ(record_at(1001500), 100u);
-  set(1.0f);
-  settle();
-  EXPECT_EQ(read(1000), (Spans{{0, 900}, {501, 100}})) << "it reads back as zeros";
-}
-
-TEST_F(Delay2Silence, ASingleSampleBeginsTheRunAnew) {
-  make(60);
-  write_silence(900);
-  settle();
-  std::vector<float> block(2 * 90);
-  block[179] = 1.0f / 32768;
-  audiskdelay2_write(delay.get(), block.data(), 90);
-  settle();
-  EXPECT_EQ(delay->silent_frames, 0u);
-  write_silence(900);
-  settle();
-  EXPECT_EQ(delay->silent_frames, 900u);
-  EXPECT_EQ(record_at(0), 1890u) << "all of it audio";
-}
-
-TEST_F(Delay2Silence, WhatIsBelowOneStepIsSilence) {
-  make(60);
-  const std::vector<float> faint(200, 0.99f / 32768);
-  audiskdelay2_write(delay.get(), faint.data(), 100);
-  settle();
-  EXPECT_EQ(delay->silent_frames, 100u);
-  EXPECT_EQ(read(100), (Spans{{0, 100}}));
-}
-
 // ---- Samples ----
 
 TEST_F(Delay2, SixteenBitsComeBackExactly) {
@@ -272,107 +199,6 @@ TEST_F(Delay2, WriteOnlyGivesNothingAndKeepsAll) {
   EXPECT_EQ(set(20.0f), 20.0f);
   settle();
   EXPECT_EQ(read(100), (Spans{{601, 100}}));
-}
-
-// ---- Sleep ----
-
-class Delay2Sleep : public Delay2 {
-protected:
-  void fall_asleep(std::uint64_t at) {
-    clock.time_of_day = at;
-    audiskdelay::power_callback(delay.get(), 0xE0000280);
-  }
-  void wake_up(std::uint64_t at) {
-    clock.time_of_day = at;
-    audiskdelay::power_callback(delay.get(), 0xE0000320);
-  }
-  HandClock clock;
-};
-
-TEST_F(Delay2Sleep, IsAGapThatShowsInTheRealDelay) {
-  make(60);
-  run(5000);
-  set(2);
-  fall_asleep(1000000);
-  wake_up(11000000);
-  EXPECT_EQ(delay->sleep_time, 0u);
-  EXPECT_EQ(info(), 2.0f);
-  EXPECT_EQ(real_delay(), 12.0f);
-  EXPECT_EQ(run(1900), (Spans{{3001, 1900}})) << "nothing of it is heard";
-  EXPECT_EQ(real_delay(), 12.0f) << "what is read next is still older than the sleep";
-  run(200);
-  EXPECT_EQ(real_delay(), 2.0f);
-}
-
-TEST_F(Delay2Sleep, WhatComesInMeanwhileIsThrownAway) {
-  make(60);
-  run(1000);
-  fall_asleep(1000000);
-  write(9000);  // more than a pass takes
-  EXPECT_FALSE(pass(*delay));
-  EXPECT_EQ(rbuffer_used_space(delay->write_ring.get()), 0) << "all of it, in one pass";
-  EXPECT_EQ(length(), 1000u);
-  wake_up(2000000);
-  EXPECT_EQ(run(100), (Spans{{10001, 100}}));
-}
-
-TEST_F(Delay2Sleep, AClockThatWasSetBackEntersNoGap) {
-  make(60);
-  run(1000);
-  set(1);
-  for (const std::uint64_t at : {5000000u, 4000000u}) {
-    fall_asleep(5000000);
-    EXPECT_EQ(delay->sleep_time, 5000000u);
-    wake_up(at);
-    EXPECT_EQ(delay->sleep_time, 0u);
-    EXPECT_EQ(real_delay(), 1.0f);
-  }
-}
-
-TEST_F(Delay2Sleep, WakingWithoutSleepAndOtherMessagesAreNothing) {
-  make(60);
-  run(1000);
-  set(1);
-  wake_up(5000000);
-  audiskdelay::power_callback(delay.get(), 0xE0000270);
-  EXPECT_EQ(delay->sleep_time, 0u);
-  EXPECT_EQ(real_delay(), 1.0f);
-}
-
-TEST_F(Delay2Sleep, OfMonthsIsEnteredInParts) {
-  make(60, 44100);
-  write(44100);
-  settle();
-  set(1);
-  fall_asleep(1000000);
-  wake_up(1000000 + std::uint64_t{100} * 86400 * 1000000);
-  EXPECT_EQ(real_delay(), 100.0f * 86400 + 1) << "3.8e11 frames, of which a call takes 2^31";
-}
-
-TEST(Delay2WithALoginService, FollowsSleepAndWaking) {
-  NEED_LOGIN_SERVICE();
-  LoginService service;
-  ASSERT_TRUE(service.ready());
-  audiskdelay2 *const delay = audiskdelay2_create(60, nullptr, 8000);
-  ASSERT_TRUE(delay);
-  if (!eventually([&] { return service.inhibitors("sleep") == 1; })) {
-    audiskdelay2_destroy(delay);
-    GTEST_SKIP() << "this build reaches no login service";
-  }
-  const std::vector<float> block(2 * 8000, 0.5f);
-  std::vector<float> out(block.size());
-  audiskdelay2_write(delay, block.data(), 8000);
-  ASSERT_TRUE(eventually([&] { return audiskdelay2_info(delay, nullptr, nullptr) == 1.0f; }));
-  service.prepare_for_sleep(true);
-  ASSERT_TRUE(eventually([&] { return service.inhibitors("sleep") == 0; })) << "the computer may sleep";
-  audiskdelay2_write(delay, block.data(), 8000);
-  service.prepare_for_sleep(false);
-  ASSERT_TRUE(eventually([&] { return service.inhibitors("sleep") == 1; }));
-  float real = 0;
-  EXPECT_EQ(audiskdelay2_info(delay, nullptr, &real), 1.0f) << "what came meanwhile is gone";
-  EXPECT_GT(real, 1.0f);
-  audiskdelay2_destroy(delay);
-  EXPECT_TRUE(eventually([&] { return service.inhibitors("sleep") == 0; }));
 }
 
 // ---- All of it ----

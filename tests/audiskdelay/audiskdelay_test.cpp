@@ -6,9 +6,7 @@
 #include <cmath>
 #include <string>
 
-#include "audiskdelay/audiskdelay_record.h"
-#include "audiskdelay/delay_frames.h"
-#include "audiskdelay/failing_disk.h"
+#include "audiskdelay/backtrack.h"
 #include "support/sound_server.h"
 #include "support/watch.h"
 
@@ -17,68 +15,6 @@ namespace {
 
 using audiskdelay::make_delay;
 using audiskdelay::pass;
-using Spans = std::vector<Span>;
-
-class Backtrack : public ::testing::Test {
-protected:
-  static constexpr float kRate = 1000;
-
-  void make(std::int32_t seconds, std::int32_t compact = 1, float rate = kRate) {
-    const audiskdelay_callbacks callbacks = {
-        this, [](void *self, float s) { static_cast<Backtrack *>(self)->sizes.push_back(s); },
-        [](void *self, float s) { static_cast<Backtrack *>(self)->ends.push_back(s); },
-        [](void *self, void *value) {
-          auto &test = *static_cast<Backtrack *>(self);
-          test.told += std::to_string(test.frames_read) + (value ? *static_cast<const char *>(value) : '-') + ' ';
-        }};
-    delay = make_delay(seconds, compact, &callbacks, rate);
-    ASSERT_TRUE(delay);
-    delay->file.replace_file(std::make_unique<FileOnDisk>(disk));
-  }
-
-  void write(int frames) {
-    std::vector<float> block(static_cast<std::size_t>(2 * frames));
-    for (int i = 0; i < frames; ++i) put_frame(&block[static_cast<std::size_t>(2 * i)], ++last);
-    ASSERT_EQ(audiskdelay_write(delay.get(), block.data(), frames), frames);
-  }
-
-  int settle() {
-    int passes = 0;
-    while (pass(*delay)) ++passes;
-    return passes;
-  }
-
-  Spans read(int frames) {
-    std::vector<float> block(static_cast<std::size_t>(2 * frames));
-    const int count = audiskdelay_read(delay.get(), block.data(), frames);
-    frames_read += count;
-    Spans spans;
-    for (int i = 0; i < count; ++i) add_frame(spans, number_of(&block[static_cast<std::size_t>(2 * i)]));
-    return spans;
-  }
-
-  // A host's minute: each block in, then as much out.
-  Spans run(int frames, int block = 100) {
-    Spans all;
-    for (int i = 0; i < frames; i += block) {
-      write(block);
-      settle();
-      for (const Span &span : read(block))
-        for (std::size_t f = 0; f < span.frames; ++f)
-          add_frame(all, span.first > 0 ? span.first + static_cast<std::int64_t>(f) : span.first);
-    }
-    return all;
-  }
-
-  float info(float *max = nullptr, float *real = nullptr) { return audiskdelay_info(delay.get(), max, real); }
-
-  Disk disk;
-  std::unique_ptr<::audiskdelay, DestroyWith<audiskdelay_destroy>> delay;
-  std::uint64_t last = 0;
-  int frames_read = 0;
-  std::vector<float> sizes, ends;
-  std::string told;
-};
 
 TEST_F(Backtrack, RefusesWhatItCannotBe) {
   for (const float rate : {0.0f, -1.0f, 0.5f, std::nanf(""), 1e30f, 2.1e7f})
@@ -234,119 +170,6 @@ TEST_F(Backtrack, QuitsAfterStoringWhatItTook) {
   pass(*delay);
   EXPECT_EQ(delay->file.file_size(), 400u);
   EXPECT_EQ(rbuffer_used_space(delay->read_ring.get()), 0);
-}
-
-// ---- Values ----
-
-constexpr char kNames[] = "abcdefgh";
-std::string freed;
-
-void free_name(void *value, void *merge_into) {
-  freed += *static_cast<char *>(value);
-  if (merge_into) freed += '>';
-}
-
-class BacktrackValues : public Backtrack {
-protected:
-  void add(std::size_t name) {
-    ASSERT_EQ(audiskdelay_add_oob_value(delay.get(), const_cast<char *>(&kNames[name]), free_name), 0);
-  }
-  std::string around() {
-    float before = -1, after = -1;
-    const void *const values[3] = {audiskdelay_prev_oob_value(delay.get(), &before),
-                                   audiskdelay_get_oob_value(delay.get()),
-                                   audiskdelay_next_oob_value(delay.get(), &after)};
-    std::string text;
-    for (const void *value : values) text += value ? *static_cast<const char *>(value) : '-';
-    char distances[64];
-    snprintf(distances, sizeof distances, " %.3f %.3f", static_cast<double>(before), static_cast<double>(after));
-    return text + distances;
-  }
-};
-
-TEST_F(BacktrackValues, ComeOutWithTheAudio) {
-  make(60);
-  run(1000);
-  add(0);
-  run(300);
-  write(50);
-  add(1);  // in the middle of what the worker has not yet taken
-  write(50);
-  settle();
-  read(100);
-  run(700);
-  EXPECT_EQ(told, "1000a 1400b ") << "with the first block that begins at or after it";
-  told.clear();
-  frames_read = 0;
-  EXPECT_EQ(audiskdelay_set_backtrack(delay.get(), 1.5f), 1.5f);
-  EXPECT_EQ(around(), "--a 0.000 0.400");
-  run(500);
-  EXPECT_EQ(told, "0- 400a ") << "back to where there was none";
-  run(1000);
-  EXPECT_EQ(told, "0- 400a 800b ");
-}
-
-TEST_F(BacktrackValues, KnowTheirNeighboursAndHowFarTheyAre) {
-  make(60);
-  for (std::size_t i = 0; i < 4; ++i) {
-    add(i);
-    run(1000);
-  }
-  EXPECT_EQ(around(), "cd- 2.000 0.000");
-  audiskdelay_set_backtrack(delay.get(), 1.7f);
-  EXPECT_EQ(around(), "bcd 1.300 0.700");
-  audiskdelay_set_backtrack(delay.get(), 4.0f);
-  EXPECT_EQ(around(), "-ab 0.000 1.000");
-  EXPECT_EQ(audiskdelay_prev_oob_value(delay.get(), nullptr), nullptr);
-}
-
-TEST_F(BacktrackValues, StayAsLongAsTheirAudioDoes) {
-  freed.clear();
-  make(5);
-  for (std::size_t i = 0; i < 5; ++i) {
-    add(i);
-    run(2000);
-  }
-  EXPECT_EQ(freed, "a>a") << "at 8 seconds, 5 are held: from 3 on, to which b applies";
-  audiskdelay_set_backtrack(delay.get(), 5);
-  EXPECT_EQ(around(), "bcd 3.000 1.000") << "at 5, of 10";
-  delay.reset();
-  EXPECT_EQ(freed, "a>abcde") << "in the end all are released";
-}
-
-// The read ring holds ten seconds that are no longer in a file of five.
-TEST_F(BacktrackValues, StayWhileTheirAudioIsInTheReadRing) {
-  freed.clear();
-  make(5);
-  add(0);
-  for (int i = 0; i < 8; ++i) {
-    write(1000);
-    settle();
-    if (i == 0) add(1);
-  }
-  add(2);
-  EXPECT_EQ(freed, "");
-  EXPECT_EQ(read(100), (Spans{{1, 100}}));
-  EXPECT_EQ(told, "0a ");
-}
-
-TEST_F(BacktrackValues, MoveUpWhenAudioBeforeThemIsLost) {
-  make(60);
-  run(1000);
-  disk.write_error = EIO;
-  write(500);
-  add(0);  // after what will be lost
-  write(500);
-  EXPECT_EQ(settle(), 1);
-  disk.write_error = 0;
-  run(200);
-  EXPECT_EQ(told, "1000a ");
-}
-
-TEST_F(BacktrackValues, ThatFindNoMemoryAreRefused) {
-  make(5);
-  const AllocationFailer failer(1);
-  EXPECT_EQ(audiskdelay_add_oob_value(delay.get(), &disk, free_name), -1);
 }
 
 // ---- All of it ----
