@@ -95,6 +95,15 @@ TEST_F(DelayProgram, PlaysOnADevice) {
   EXPECT_EQ(told.at("frames"), 44100);
 }
 
+TEST_F(DelayProgram, TakesWhatADeviceHearsUntilAnInterrupt) {
+  const ProgramResult result =
+      run("timeout -s INT 2 " + program("--capture --backend simulated --set 1 --json --out ") + output());
+  const nlohmann::json told = nlohmann::json::parse(result.output);
+  EXPECT_GT(told.at("frames"), 0);
+  EXPECT_EQ(told.at("frames"), std::llround(told.at("seconds").get<double>() * told.at("rate").get<double>()));
+  EXPECT_EQ(read_by_libsndfile(output()).frames(), told.at("frames"));
+}
+
 TEST_F(DelayProgram, SaysWhatItDidForPeople) {
   write_source(input(), 8000, 2, noise(2 * 8000, 3));
   const ProgramResult result = run(program(input() + " --set 0.25 --fast --out " + output()));
