@@ -4,6 +4,8 @@
 namespace auspool::testing {
 namespace {
 
+using audiskdelay::pass;
+
 class Delay2Silence : public Delay2 {
 protected:
   // Bytes of audio that the store has room for: what silence does not take.
@@ -48,6 +50,23 @@ TEST_F(Delay2Silence, ASecondIsStoredAsAudioAndTheRestAsARecord) {
   set(1.0f);
   settle();
   EXPECT_EQ(read(1000), (Spans{{0, 900}, {501, 100}})) << "it reads back as zeros";
+}
+
+TEST_F(Delay2Silence, APassReadsNotBeyondARecord) {
+  make(60);
+  write(500);
+  settle();
+  for (int i = 0; i < 20; ++i) {
+    write_silence(100);
+    settle();
+  }
+  read(2500);
+  set(1.5f);  // from 1000 on, where audio lasts until 1400
+  EXPECT_TRUE(pass(*delay));
+  EXPECT_EQ(rbuffer_used_space(delay->read_ring.get()), 4 * 400);
+  EXPECT_TRUE(pass(*delay));
+  EXPECT_EQ(rbuffer_used_space(delay->read_ring.get()), 4 * 1500);
+  EXPECT_FALSE(pass(*delay));
 }
 
 TEST_F(Delay2Silence, ASingleSampleBeginsTheRunAnew) {

@@ -53,6 +53,18 @@ TEST_F(Delay2, WhatIsWrittenIsHeldBackUntilTheReaderTakesIt) {
   EXPECT_EQ(info(), 14.0f) << "with a constant reader it is constant";
 }
 
+TEST_F(Delay2, APassMovesASliceAtMost) {
+  make(60);
+  write(9000);
+  EXPECT_TRUE(pass(*delay));
+  EXPECT_EQ(rbuffer_used_space(delay->write_ring.get()), 36000 - 16384);
+  EXPECT_EQ(rbuffer_used_space(delay->read_ring.get()), 16384);
+  settle();
+  set(8.5f);
+  EXPECT_TRUE(pass(*delay));
+  EXPECT_EQ(rbuffer_used_space(delay->read_ring.get()), 16384);
+}
+
 TEST_F(Delay2, GoesBackAndStaysThere) {
   make(60);
   run(30000);
