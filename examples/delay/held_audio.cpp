@@ -37,9 +37,16 @@ double HeldAudio::real_delay() const {
   return static_cast<double>(real);
 }
 
-// What waits to be read, without what the worker has not yet taken.
+// What waits to be read, without what the worker has not yet taken. Seconds of single precision may stand for a few
+// frames too many or too few; this is never more than there are.
 std::int64_t HeldAudio::stored() const {
-  return std::llround(delay() * rate_);
+  const double frames = delay() * rate_;
+  return std::max<std::int64_t>(std::llround(frames - frames * 0x1p-22), 0);
+}
+
+bool HeldAudio::all_is_stored() const {
+  const auto held = static_cast<double>(held_);
+  return stored() >= std::llround(held - held * 0x1p-20);
 }
 
 void HeldAudio::pass(const float *left, const float *right, int frames) {
@@ -55,6 +62,7 @@ void HeldAudio::pass(const float *left, const float *right, int frames) {
 }
 
 int HeldAudio::drain(int frames) {
+  if (silence_ + held_ == 0) held_ = stored();  // the few more
   const auto count = static_cast<int>(std::min<std::int64_t>(frames, silence_ + held_));
   const auto silent = static_cast<int>(std::min<std::int64_t>(silence_, count));
   silence_ -= silent;
@@ -63,7 +71,7 @@ int HeldAudio::drain(int frames) {
 }
 
 void HeldAudio::settle() {
-  (void)wait_until([this] { return stored() >= held_; });
+  (void)wait_until([this] { return all_is_stored(); });
 }
 
 void HeldAudio::move(double seconds) {
@@ -74,8 +82,8 @@ void HeldAudio::move(double seconds) {
 void HeldAudio::set(double seconds) {
   silence_ = 0;
   settle();
-  const float delay = audiskdelay2_set_delay(delay_.get(), static_cast<float>(seconds));
-  held_ = std::llround(static_cast<double>(delay) * rate_);
+  audiskdelay2_set_delay(delay_.get(), static_cast<float>(seconds));
+  held_ = stored();
 }
 
 // Adds up to so many frames to the output, and returns how many there were.

@@ -37,13 +37,14 @@ public:
 private:
   void set(double seconds);
   std::int64_t stored() const;
+  bool all_is_stored() const;
   int read(int frames);
   void give(int silent, int frames);
 
   std::unique_ptr<audiskdelay2, void (*)(audiskdelay2 *)> delay_;
   double rate_;
   std::int64_t silence_;   // frames that come out before any audio
-  std::int64_t held_ = 0;  // frames that went in and are to come out
+  std::int64_t held_ = 0;  // frames that went in and are to come out; a few less where the delay was moved
   std::vector<float> interleaved_, left_, right_;
 };
 

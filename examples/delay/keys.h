@@ -24,13 +24,13 @@ public:
   Keys &operator=(const Keys &) = delete;
 
   Key next() const {
-    char c = 0;
-    if (!read_one(c)) return Key::none;
-    if (c == 'q') return Key::quit;
-    if (c == '0') return Key::zero;
-    if (c != '\033' || !read_one(c) || !read_one(c)) return next();
     constexpr Key kArrows[] = {Key::up, Key::down, Key::right, Key::left};  // the last byte of their codes: A to D
-    return c >= 'A' && c <= 'D' ? kArrows[c - 'A'] : next();
+    for (char c = 0; read_one(c);) {
+      if (c == 'q') return Key::quit;
+      if (c == '0') return Key::zero;
+      if (c == '\033' && read_one(c) && read_one(c) && c >= 'A' && c <= 'D') return kArrows[c - 'A'];
+    }
+    return Key::none;
   }
 
 private:

@@ -1,7 +1,7 @@
 /* audiskdelay: holds a live stereo stream back on disk, the older generation. Audio goes into a plain ring in a
  * temporary file, can be read later, and the delay can be changed while it runs. A host can tag the stream with values
- * of its own, which come out with the audio. audiskdelay2.h is for new hosts that need no such values: it takes half
- * the memory, stores silence for nothing and notices when the computer sleeps.
+ * of its own, which come out with the audio. audiskdelay2.h is for new hosts that need no such values: it stores
+ * silence for nothing and notices when the computer sleeps.
  *
  *   #include <auspool/audiskdelay.h>
  *   #include <stdio.h>
@@ -26,8 +26,9 @@
  * - Audio is interleaved stereo, 32-bit float; frames are counted per channel, times are seconds.
  * - Threads. One thread writes, one reads, and any others make the other calls, all at the same time. A worker thread
  * of the delay does all work on the disk. Writing and reading allocate nothing and take no lock; reading never waits,
- * and writing waits only while the worker is ten seconds behind. All other calls take the delay's lock, which the
- * worker holds while it moves up to 262,144 bytes to the disk and back: usually a fraction of a millisecond, but as
+ * and writing waits only while the worker is ten seconds behind. Write-only mode and looking up values wait for no disk
+ *   either. All other calls take the delay's lock, which the worker
+ *   holds while it moves up to 262,144 bytes to the disk and back: usually a fraction of a millisecond, but as
  * long as the disk stalls.
  * - With `compact` the audio is stored as 16 bits, 4 bytes a frame: truncated toward zero, and held to the range from
  * -1 to 32767/32768. Otherwise it is stored as it came, 8 bytes a frame.
@@ -79,7 +80,7 @@ AUSPOOL_API void audiskdelay_destroy(audiskdelay *delay);
 AUSPOOL_API int32_t audiskdelay_write(audiskdelay *delay, const float *interleaved, int32_t frames);
 
 /* Reading thread, real-time safe but for what oob_callback does. Gives up to `frames` frames and returns how many there
- * were; the rest of the output may have been written to. In write-only mode it throws away what was to be read, clears
+ * were; the rest of the output is as it was. In write-only mode it throws away what was to be read, clears
  * the first frame of the output alone, and returns `frames`. */
 AUSPOOL_API int32_t audiskdelay_read(audiskdelay *delay, float *interleaved, int32_t frames);
 

@@ -30,8 +30,9 @@
  * - Threads. One thread writes, one reads, and any others make the other calls, all at the same time. A worker thread
  * of the delay does all work on the disk, at a priority above ordinary threads where the system allows that. Writing
  * and reading allocate nothing and take no lock; reading never waits, and writing waits only while the worker is ten
- * seconds behind. All other calls take the delay's lock, which the worker holds while it moves up to 16,384 bytes to
- * the store and from it: a fraction of a millisecond, but as long as the disk stalls.
+ * seconds behind. Setting write-only mode waits for nothing. All other calls take the delay's lock, which the worker
+ * holds while it moves up to 16,384 bytes to the store and from it: a fraction of a millisecond, but as long as the
+ * disk stalls.
  * - Memory is two rings of ten seconds (1.76 MB each at 44,100 Hz) and 4.2 MB for the store, flat however long it runs.
  *   The rings and 4 MiB are pinned where the system allows that.
  * - Disk, in a file without a name: 128 KiB for each 32,766 frames of sound that are held (635 MB an hour at 44,100
@@ -41,8 +42,10 @@
  * room that it has, but each silence that pushes audio out of it makes it smaller for good, a silence as long as the
  * delay so much that no sound has room any more. A host that runs for longer makes a new delay before that, after 54 *
  * 44,100 / rate hours of sound.
- * - Where the disk is full or fails, audio waits in the store's memory and older audio makes room for it: the delay is
- * then as long as what is left. A block that finds no room at all is lost. Nothing is printed, and no call fails.
+ * * - Where the disk is full or writing fails, audio waits in the store's memory and older audio makes room for it: the
+ * delay is then as long as what is left. A block that finds no room at all is lost; where some of it was stored before,
+ * the reader skips as much. The store tells of such failures on the standard error stream, and no call fails. But a
+ * file that cannot be read back has lost the store's own records too: that ends the process, with a message there.
  * - Where there is a login service (logind), the delay has it wait when the computer is about to sleep. What comes in
  * from then on is thrown away, and when the computer is back, the time is entered as a gap: it shows in the real delay.
  * - Any pointer to a delay must be a live one; audiskdelay2_destroy alone accepts null.
@@ -71,7 +74,7 @@ typedef struct audiskdelay2_callbacks {
 AUSPOOL_API audiskdelay2 *audiskdelay2_create(int32_t seconds, const audiskdelay2_callbacks *callbacks, float rate);
 
 /* Ends the worker and releases all, the disk too. Neither audio thread may be in a call. Waits for the disk, and for a
- * login service that does not answer, a second at most. Accepts null. */
+ * login service that does not answer, two seconds at most. Accepts null. */
 AUSPOOL_API void audiskdelay2_destroy(audiskdelay2 *delay);
 
 /* Writing thread. Takes `frames` frames and returns `frames`; below 1 it does nothing. Blocks until all are in the ring

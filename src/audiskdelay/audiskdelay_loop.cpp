@@ -32,12 +32,6 @@ void store(::audiskdelay &delay, std::uint32_t bytes) {
                                static_cast<std::int64_t>(appended.dropped) / delay.frame_size);
 }
 
-void forget_what_is_behind(::audiskdelay &delay) {
-  const auto place = lock_patiently(delay.place_lock);
-  delay.file.go_back(0);
-  delay.read_ring_end = delay.file.total();
-}
-
 bool fill_read_ring(::audiskdelay &delay) {
   const auto room = static_cast<std::uint32_t>(rbuffer_free_space(delay.read_ring.get()));
   const std::uint32_t frame_size = static_cast<std::uint32_t>(delay.frame_size);
@@ -69,11 +63,8 @@ bool pass(::audiskdelay &delay) {
                                           static_cast<std::int32_t>(::audiskdelay::kScratchBytes));
   if (bytes > 0) store(delay, static_cast<std::uint32_t>(bytes));
   if (delay.quit) return true;
-  if (delay.flush_pending) flush_read_ring(delay);
-  if (delay.zero_delay_writeonly) {
-    forget_what_is_behind(delay);
-    return bytes > 0;
-  }
+  if (delay.zero_delay_writeonly) delay.file.go_back(0);
+  if (delay.zero_delay_writeonly || delay.flush_pending) flush_read_ring(delay);
   return fill_read_ring(delay) || bytes > 0;
 }
 

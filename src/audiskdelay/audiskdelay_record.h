@@ -52,8 +52,8 @@ std::unique_ptr<::audiskdelay, DestroyWith<audiskdelay_destroy>> make_delay(std:
 // What the worker does at one moment; whether audio moved.
 bool pass(::audiskdelay &delay);
 
-// Places in the stream, in frames: of what is stored next, which takes the lock, and of what is read next, which needs
-// none.
+// Places in the stream, in frames: of what is stored next, for which the lock must be held, and of what is read next,
+// for which it need not.
 std::int64_t frame_stored_next(::audiskdelay &delay);
 std::int64_t frame_read_next(::audiskdelay &delay);
 

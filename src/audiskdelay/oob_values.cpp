@@ -28,9 +28,19 @@ std::size_t OobValues::first_applying(std::int64_t oldest) const {
   return std::max<std::size_t>(count_until(table_.entries.get(), table_.count, oldest), 1) - 1;
 }
 
+void OobValues::append(const OobEntry &entry) {
+  const auto lock = lock_patiently(lock_);
+  table_.entries[table_.count++] = entry;
+}
+
 bool OobValues::add(std::int64_t position, void *value, audiskdelay_free_function free_function,
                     std::int64_t oldest) noexcept {
-  const std::size_t dropped = std::min(first_applying(oldest), table_.count);
+  const std::size_t dropped = first_applying(oldest);
+  if (dropped == 0 && table_.count < table_.capacity) {
+    append({position, value});
+    free_function_ = free_function;
+    return true;
+  }
   const std::size_t kept = table_.count - dropped;
   Table next;
   next.capacity = (kept / kGrowth + 1) * kGrowth;

@@ -45,6 +45,7 @@ private:
   static constexpr std::size_t kGrowth = 64;
 
   std::size_t first_applying(std::int64_t oldest) const;
+  void append(const OobEntry &entry);
   OobFound find_unlocked(std::int64_t position) const;
 
   mutable platform::SpinLock lock_;  // guards the table against look-ups

@@ -65,6 +65,21 @@ TEST_F(Delay2, APassMovesASliceAtMost) {
   EXPECT_EQ(rbuffer_used_space(delay->read_ring.get()), 16384);
 }
 
+TEST_F(Delay2, APassLeavesRoomForASingleFrame) {
+  make(60);
+  write(9000);
+  settle();
+  write(2000);
+  settle();
+  ASSERT_EQ(rbuffer_free_space(delay->read_ring.get()), 0);
+  read(1);
+  EXPECT_FALSE(pass(*delay));
+  EXPECT_EQ(delay->delay_frames, 1000u);
+  read(1);
+  EXPECT_TRUE(pass(*delay));
+  EXPECT_EQ(delay->delay_frames, 998u);
+}
+
 TEST_F(Delay2, GoesBackAndStaysThere) {
   make(60);
   run(30000);
@@ -172,6 +187,17 @@ TEST_F(Delay2, WhatTheStoreRefusesIsNotHeldBack) {
   }
   EXPECT_LT(length(), 1190000u) << "there was no room for all";
   EXPECT_EQ(read(5000), (Spans{{5001, 5000}})) << "what waits to be read goes on where it was";
+}
+
+// The store's own records are in the same file: it cannot go on.
+TEST_F(Delay2, EndsTheProcessWhereTheFileCannotBeRead) {
+  Disk disk;
+  make(3600);
+  delay->store->file = std::make_unique<FileOnDisk>(disk);
+  run(1500000, 5000);  // more than memory holds
+  disk.read_error = EIO;
+  set(1500);
+  EXPECT_DEATH(settle(), "read == \\(ssize_t\\)kBTAudioBlockSize");
 }
 
 // ---- Samples ----

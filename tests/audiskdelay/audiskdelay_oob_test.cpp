@@ -110,6 +110,22 @@ TEST_F(BacktrackValues, MoveUpWhenAudioBeforeThemIsLost) {
   EXPECT_EQ(told, "1000a ");
 }
 
+TEST_F(BacktrackValues, ApplyToNothingThatWriteOnlyModeLeftBehind) {
+  make(60);
+  add(0);
+  run(1000);
+  audiskdelay_set_backtrack(delay.get(), 0.5f);
+  settle();
+  audiskdelay_set_zero_delay_writeonly_mode(delay.get(), 1);
+  write(500);
+  settle();  // and nobody reads
+  add(1);
+  audiskdelay_set_zero_delay_writeonly_mode(delay.get(), 0);
+  told.clear();
+  EXPECT_EQ(run(100), (Spans{{1501, 100}}));
+  EXPECT_EQ(told, "1000b ");
+}
+
 TEST_F(BacktrackValues, ThatFindNoMemoryAreRefused) {
   make(5);
   const AllocationFailer failer(1);

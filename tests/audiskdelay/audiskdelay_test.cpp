@@ -128,6 +128,14 @@ TEST_F(Backtrack, AFullDiskIsItsNaturalEnd) {
   EXPECT_EQ(run(500), (Spans{{7601, 500}})) << "the first block took a tenth of a second from the far end";
 }
 
+TEST_F(Backtrack, AFullDiskEndsWithAWholeFrame) {
+  disk.room = 2500 * 8 + 5;
+  make(5, 0);
+  EXPECT_EQ(run(10000), (Spans{{1, 10000}}));
+  EXPECT_EQ(ends, (std::vector<float>{2.5f}));
+  EXPECT_EQ(delay->file.ring_size(), 20000u);
+}
+
 TEST_F(Backtrack, AnyOtherFailureLosesTheBlockAlone) {
   make(5);
   run(1000);
