@@ -25,13 +25,12 @@
  * Conventions
  * - Audio is interleaved stereo, 32-bit float; frames are counted per channel, times are seconds.
  * - Threads. One thread writes, one reads, and any others make the other calls, all at the same time. A worker thread
- * of the delay does all work on the disk. Writing and reading allocate nothing and take no lock; reading never waits,
- * and writing waits only while the worker is ten seconds behind. Write-only mode and looking up values wait for no disk
- *   either. All other calls take the delay's lock, which the worker
- *   holds while it moves up to 262,144 bytes to the disk and back: usually a fraction of a millisecond, but as
- * long as the disk stalls.
+ *   of the delay does all work on the disk. Writing and reading allocate nothing and take no lock; reading never waits,
+ *   and writing waits only while the worker is ten seconds behind. Write-only mode and looking up values wait for no
+ *   disk either. All other calls take the delay's lock, which the worker holds while it moves up to 262,144 bytes to
+ *   the disk and back: usually a fraction of a millisecond, but as long as the disk stalls.
  * - With `compact` the audio is stored as 16 bits, 4 bytes a frame: truncated toward zero, and held to the range from
- * -1 to 32767/32768. Otherwise it is stored as it came, 8 bytes a frame.
+ *   -1 to 32767/32768. Otherwise it is stored as it came, 8 bytes a frame.
  * - The file has no name and takes seconds * rate * frame bytes of disk at the most: an hour at 44,100 Hz is 635 MB, or
  *   1.27 GB. Memory is two rings of ten seconds and 256 KiB. Where the disk has room for less, the delay is as long as
  *   what was there, which full_callback tells.

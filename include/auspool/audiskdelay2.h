@@ -23,31 +23,33 @@
  *
  * Conventions
  * - Audio is interleaved stereo, 32-bit float; frames are counted per channel, times are seconds. It is stored as 16
- * bits: truncated toward zero, and held to the range from -1 to 32767/32768. What has 16 bits comes back exactly.
+ *   bits: truncated toward zero, and held to the range from -1 to 32767/32768. What has 16 bits comes back exactly.
  * - A delay runs from creation to destruction. What is written is held back until the reader takes it: with a reader
- * that takes as much as comes in, the delay stays as it is. Nothing is invented to fill it: while there is nothing to
- * read, reading gives 0 frames.
+ *   that takes as much as comes in, the delay stays as it is. Nothing is invented to fill it: while there is nothing to
+ *   read, reading gives 0 frames.
  * - Threads. One thread writes, one reads, and any others make the other calls, all at the same time. A worker thread
- * of the delay does all work on the disk, at a priority above ordinary threads where the system allows that. Writing
- * and reading allocate nothing and take no lock; reading never waits, and writing waits only while the worker is ten
- * seconds behind. Setting write-only mode waits for nothing. All other calls take the delay's lock, which the worker
- * holds while it moves up to 16,384 bytes to the store and from it: a fraction of a millisecond, but as long as the
- * disk stalls.
+ *   of the delay does all work on the disk, at a priority above ordinary threads where the system allows that. Writing
+ *   and reading allocate nothing and take no lock; reading never waits, and writing waits only while the worker is ten
+ *   seconds behind. Setting write-only mode waits for nothing. All other calls take the delay's lock, which the worker
+ *   holds while it moves up to 16,384 bytes to the store and from it: a fraction of a millisecond, but as long as the
+ *   disk stalls.
  * - Memory is two rings of ten seconds (1.76 MB each at 44,100 Hz) and 4.2 MB for the store, flat however long it runs.
  *   The rings and 4 MiB are pinned where the system allows that.
  * - Disk, in a file without a name: 128 KiB for each 32,766 frames of sound that are held (635 MB an hour at 44,100
- * Hz), and next to nothing for silence after its first second. The file's size, holes included, grows with all the
- * sound that ever came in, up to 34 GB after 54 hours of sound at 44,100 Hz, whatever `seconds` is; what lies before
- * the oldest audio is given back to the disk as holes where the file system can. From then on the store goes on in the
- * room that it has, but each silence that pushes audio out of it makes it smaller for good, a silence as long as the
- * delay so much that no sound has room any more. A host that runs for longer makes a new delay before that, after 54 *
- * 44,100 / rate hours of sound.
- * * - Where the disk is full or writing fails, audio waits in the store's memory and older audio makes room for it: the
- * delay is then as long as what is left. A block that finds no room at all is lost; where some of it was stored before,
- * the reader skips as much. The store tells of such failures on the standard error stream, and no call fails. But a
- * file that cannot be read back has lost the store's own records too: that ends the process, with a message there.
+ *   Hz), and next to nothing for silence after its first second. The file's size, holes included, grows with all the
+ *   sound that ever came in, up to 34 GB after 54 hours of sound at 44,100 Hz, whatever `seconds` is; what lies before
+ *   the oldest audio is given back to the disk as holes where the file system can. From then on the store goes on in
+ *   the room that it has, but each silence that pushes audio out of it makes it smaller for good, a silence as long as
+ *   the delay so much that no sound has room any more. A host that runs for longer makes a new delay before that, after
+ *   54 * 44,100 / rate hours of sound.
+ * - Where the disk is full or writing fails, audio waits in the store's memory and older audio makes room for it: the
+ *   delay is then as long as what is left. A block that finds no room at all is lost; where some of it was stored
+ *   before, the reader skips as much. The store tells of such failures on the standard error stream, and no call fails.
+ *   But a file that cannot be read back has lost the store's own records too: that ends the process, with a message
+ *   there.
  * - Where there is a login service (logind), the delay has it wait when the computer is about to sleep. What comes in
- * from then on is thrown away, and when the computer is back, the time is entered as a gap: it shows in the real delay.
+ *   from then on is thrown away, and when the computer is back, the time is entered as a gap: it shows in the real
+ *   delay.
  * - Any pointer to a delay must be a live one; audiskdelay2_destroy alone accepts null.
  */
 #ifndef AUSPOOL_AUDISKDELAY2_H

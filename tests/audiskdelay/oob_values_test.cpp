@@ -103,12 +103,13 @@ TEST_F(Oob, WhatWasLostMovesWhatFollows) {
 
 TEST_F(Oob, MemoryThatRunsOutChangesNothing) {
   add('a', 10);
+  add('b', 20);
   {
     const testing::AllocationFailer failer(1);
-    EXPECT_FALSE(add('b', 20, 1000));
+    EXPECT_FALSE(add('c', 30, 1000));
   }
   EXPECT_EQ(done, "");
-  EXPECT_EQ(around(20), "-a-");
+  EXPECT_EQ(around(30), "ab-");
 }
 
 TEST_F(Oob, LookingUpIsSafeOnARealTimeThread) {
