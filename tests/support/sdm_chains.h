@@ -25,6 +25,19 @@ inline double memory_of_sdm_chain(const RatePair &rates) {
   return (2 * 8192 + 1000) * rates.in / rates.out;
 }
 
+// When the first output sample stands: half of the output's period after the input's first, less half of the input's. A
+// block of odd size cannot begin half a sample earlier, so that all behind it stands that much later. Not for chains
+// that rise first.
+inline double time_of_first_output(const RatePair &rates) {
+  resampler_structure structure = {};
+  generate_sdm_resampler_structure(&structure, rates.in, rates.out);
+  double time = 0.5 / rates.out - 0.5 / rates.in, rate = rates.in;
+  for (std::int32_t i = 0; i < structure.count; rate *= structure.stages[i++].ratio) {
+    if (structure.stages[i].block_size % 2 != 0) time += 0.5 / rate;
+  }
+  return time;
+}
+
 // What is asked of it in double.
 inline bool is_clean(const ConverterQuality &measured) {
   return measured.images >= 160 && measured.aliases >= 160 && measured.ripple <= 1e-3 && measured.delay <= 1;

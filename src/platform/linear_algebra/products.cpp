@@ -25,9 +25,8 @@ void multiply(const MatrixPass<T> &pass) {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-// Blocks begin anywhere: vectors of 64 bytes would cross a cache line at each load.
 template <typename T>
-using Whole = hn::CappedTag<T, 32 / sizeof(T)>;
+using Whole = hn::ScalableTag<T>;
 template <typename T>
 using Single = hn::CappedTag<T, 1>;
 
@@ -92,22 +91,39 @@ HWY_INLINE void multiply_tile(const MatrixPass<T> &pass, std::size_t row, std::s
   }
 }
 
+constexpr std::size_t kTogether = 4;
+// AVX3 has twice the registers of those before it.
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+constexpr std::size_t kRowsOfFour = 2;
+#else
+constexpr std::size_t kRowsOfFour = 1;
+#endif
+
+// `kRows` rows times the first `blocks` blocks, which are a multiple of four.
+template <bool kAdd, bool kComplex, std::size_t kRows, typename T>
+HWY_INLINE void multiply_fours(const MatrixPass<T> &pass, std::size_t row, std::size_t blocks) {
+  for (std::size_t block = 0; block < blocks; block += kTogether) {
+    multiply_tile<kAdd, kComplex, kRows, kTogether>(pass, row, block);
+  }
+}
+
+// All rows times one block.
+template <bool kAdd, bool kComplex, typename T>
+HWY_INLINE void multiply_block(const MatrixPass<T> &pass, std::size_t block) {
+  std::size_t row = 0;
+  for (; row + kTogether <= pass.rows; row += kTogether) multiply_tile<kAdd, kComplex, kTogether, 1>(pass, row, block);
+  for (; row < pass.rows; ++row) multiply_tile<kAdd, kComplex, 1, 1>(pass, row, block);
+}
+
 template <bool kAdd, bool kComplex, typename T>
 HWY_INLINE void multiply_tiles(const MatrixPass<T> &pass) {
-  constexpr std::size_t kTogether = 4;
-  const std::size_t grouped = pass.blocks / kTogether * kTogether;
-  const std::size_t paired = pass.rows / kTogether * kTogether;
-  for (std::size_t row = 0; row < pass.rows; ++row) {
-    for (std::size_t block = 0; block < grouped; block += kTogether) {
-      multiply_tile<kAdd, kComplex, 1, kTogether>(pass, row, block);
-    }
+  const std::size_t fours = pass.blocks / kTogether * kTogether;
+  std::size_t row = 0;
+  for (; row + kRowsOfFour <= pass.rows; row += kRowsOfFour) {
+    multiply_fours<kAdd, kComplex, kRowsOfFour>(pass, row, fours);
   }
-  for (std::size_t block = grouped; block < pass.blocks; ++block) {
-    for (std::size_t row = 0; row < paired; row += kTogether) {
-      multiply_tile<kAdd, kComplex, kTogether, 1>(pass, row, block);
-    }
-    for (std::size_t row = paired; row < pass.rows; ++row) multiply_tile<kAdd, kComplex, 1, 1>(pass, row, block);
-  }
+  for (; row < pass.rows; ++row) multiply_fours<kAdd, kComplex, 1>(pass, row, fours);
+  for (std::size_t block = fours; block < pass.blocks; ++block) multiply_block<kAdd, kComplex>(pass, block);
 }
 
 template <bool kAdd, typename T>

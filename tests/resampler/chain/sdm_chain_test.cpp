@@ -137,19 +137,16 @@ TYPED_TEST(SdmChain, RunsWithoutAllocationOrSystemCall) {
   }
 }
 
-// The output's samples stand half of their own period after the input's, less half of the input's.
 TEST(SdmChain, ASweepComesOutAsItIs) {
-  for (const RatePair &rates : {RatePair{176400, 44100}, RatePair{705600, 44100}, RatePair{192000, 44100}}) {
+  for (const RatePair &rates : {RatePair{176400, 44100}, {705600, 48000}, {192000, 44100}}) {
     const Sweep sweep = {0.02 * rates.out, 0.47 * rates.out, 0.6};
     const auto chain = make_sdm_chain(rates, RaesamplerQualityUltraHigh);
     const auto out = convert(chain.get(), sweep.samples(rates.in, 0.5));
     ASSERT_GT(static_cast<double>(out.size()), 0.7 * rates.out);
-    double greatest = 0;
+    const double first = time_of_first_output(rates);
     for (std::size_t i = 0; i < out.size(); ++i) {
-      const double time = (static_cast<double>(i) + 0.5) / rates.out - 0.5 / rates.in;
-      greatest = std::max(greatest, std::abs(out[i] - sweep.at(time)));
+      ASSERT_NEAR(out[i], sweep.at(first + static_cast<double>(i) / rates.out), 1e-8) << rates << " at " << i;
     }
-    EXPECT_LT(greatest, 1e-8) << rates;
   }
 }
 

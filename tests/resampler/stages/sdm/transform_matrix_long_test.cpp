@@ -56,8 +56,8 @@ TEST_P(Designs, AtAllFrequenciesAndAtFewMakeTheSameSignal) {
   ASSERT_TRUE(all);
   for (const transform_matrix *matrix : {few, const_cast<const transform_matrix *>(all.get())}) {
     const Residual residual = residual_of(*matrix, sizes.block, sizes.transform, 1500);
-    EXPECT_LT(residual.mean, 5e-11);
-    EXPECT_LT(residual.largest, 1.5e-10);
+    EXPECT_LT(residual.mean, 1e-11);
+    EXPECT_LT(residual.largest, 2e-10);
     std::cout << sizes << ": " << residual.mean << " on average, at most " << residual.largest << '\n';
   }
   const std::size_t blocks = 60000 / static_cast<std::size_t>(sizes.transform);
@@ -65,7 +65,7 @@ TEST_P(Designs, AtAllFrequenciesAndAtFewMakeTheSameSignal) {
   const auto a = converted(*few, sizes, in, blocks), b = converted(*all, sizes, in, blocks);
   ASSERT_GT(a.size(), 10000u);
   const double difference = greatest_difference(a, b);
-  EXPECT_LT(difference, 1e-8);
+  EXPECT_LT(difference, 1e-10);
   std::cout << "the signals differ by " << difference << '\n';
 }
 

@@ -26,7 +26,7 @@ TEST(TransformMatrix, MeetsItsEquations) {
     const TransformMatrix matrix = compute_transform_matrix(block, transform);
     ASSERT_TRUE(matrix);
     const Residual residual = residual_of(*matrix, block, transform, 777);
-    EXPECT_LT(residual.mean, 5e-11) << block << " to " << transform;
+    EXPECT_LT(residual.mean, 1e-11) << block << " to " << transform;
     EXPECT_LT(residual.largest, 1.2e-10) << block << " to " << transform;
   }
 }
