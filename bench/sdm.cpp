@@ -1,8 +1,8 @@
 // Block transforms beside the filters that are planned for the same rates, at the same quality, and beside soxr: stereo
 // doubles in blocks of 4096 frames, in input frames a second. Then what it takes to create them.
 //
-// UltraHigh is 200 dB by design and 99.5 % of the band. soxr is asked for the same band in its qualities of 32 and of 28
-// bits.
+// UltraHigh is 200 dB by design and 99.5 % of the band. soxr is asked for the same band in its qualities of 32 and of
+// 28 bits.
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 #include <soxr.h>
