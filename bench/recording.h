@@ -38,13 +38,15 @@ inline double thread_cpu_seconds() {
   return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-// A record that writes temporary files, removes each when it is done, and adds up the worker's CPU time.
+// A record that writes temporary files, removes each when it is done, and adds up the CPU time of the worker and of
+// what finishes its files.
 class Recording {
 public:
   explicit Recording(AuRecOutputType type, std::uint32_t bit_depth = 0) {
     aurec_set_output_type(rec_, type);
     aurec_set_pcm_options(rec_, {0, bit_depth, 0, 0.0f});
     aurec_set_limit(rec_, 60, 1);
+    aurec_set_state_changed_cb(rec_, state_changed);
   }
   ~Recording() { aurec_destroy(rec_); }
 
@@ -66,17 +68,34 @@ private:
     return ref;
   }
   static std::int32_t started(void *ref, void *) {
-    static_cast<Recording *>(ref)->cpu_at_start_ = thread_cpu_seconds();
+    auto &self = *static_cast<Recording *>(ref);
+    self.worker_ = std::this_thread::get_id();
+    self.cpu_at_start_ = thread_cpu_seconds();
     return 0;
   }
+  // Of a format that finishes its files in the background this is the background's whole time.
   static std::int32_t done(void *ref, void *) {
     auto &self = *static_cast<Recording *>(ref);
-    self.cpu_seconds_ = self.cpu_seconds_ + thread_cpu_seconds() - self.cpu_at_start_;
+    if (std::this_thread::get_id() == self.worker_)
+      self.count_worker();
+    else
+      self.cpu_seconds_ += thread_cpu_seconds();
     unlink(self.path_.c_str());
     return 0;
   }
+  // The worker's last call.
+  static void state_changed(void *ref) {
+    auto &self = *static_cast<Recording *>(ref);
+    if (std::this_thread::get_id() == self.worker_) self.count_worker();
+  }
+  void count_worker() {
+    const double now = thread_cpu_seconds();
+    cpu_seconds_ += now - cpu_at_start_;
+    cpu_at_start_ = now;
+  }
 
   std::string path_;
+  std::thread::id worker_;
   double cpu_at_start_ = 0;
   std::atomic<double> cpu_seconds_{0};
   aurec *rec_ = aurec_create(this, name, started, nullptr, done, nullptr);

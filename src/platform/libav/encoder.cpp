@@ -7,6 +7,8 @@ extern "C" {
 
 #include <cstring>
 
+#include "platform/samples.h"
+
 namespace auspool::platform::libav {
 namespace {
 
@@ -16,20 +18,10 @@ float harmless(float sample) {
   sample = sample < kFarBeyond ? sample : sample == sample ? kFarBeyond : 0.0f;
   return sample > -kFarBeyond ? sample : -kFarBeyond;
 }
-std::int16_t harmless(std::int16_t sample) {
-  return sample;
-}
 
-// Moves channel `channel` of interleaved samples into a plane of its own.
-template <typename T>
-void copy_channel(const std::uint8_t *from, std::size_t channels, std::size_t channel, int frames,
-                  std::uint8_t *plane) {
-  for (std::size_t i = 0; i < static_cast<std::size_t>(frames); ++i) {
-    T sample;
-    std::memcpy(&sample, from + (i * channels + channel) * sizeof(T), sizeof(T));
-    sample = harmless(sample);
-    std::memcpy(plane + i * sizeof(T), &sample, sizeof(T));
-  }
+void make_harmless(std::uint8_t *plane, std::size_t count) {
+  auto *const samples = reinterpret_cast<float *>(plane);
+  for (std::size_t i = 0; i < count; ++i) samples[i] = harmless(samples[i]);
 }
 
 bool is_listed(const int *rates, int rate) {
@@ -148,10 +140,15 @@ std::int32_t Encoder::reset() {
   return context_ ? open_context() : 0;
 }
 
-void Encoder::deinterleave(std::span<const std::uint8_t> samples, int frames) {
-  const std::size_t channels = output_.channels_per_frame;
-  const auto copy = input_.bits_per_channel == 16 ? copy_channel<std::int16_t> : copy_channel<float>;
-  for (std::size_t c = 0; c < channels; ++c) copy(samples.data(), channels, c, frames, frame_->extended_data[c]);
+void Encoder::deinterleave(std::span<const std::uint8_t> interleaved, int frames) {
+  std::uint8_t *const *const planes = frame_->extended_data;
+  const std::size_t bytes = input_.bits_per_channel / 8, channels = output_.channels_per_frame;
+  const auto count = static_cast<std::size_t>(frames);
+  if (channels == 1)
+    std::memcpy(planes[0], interleaved.data(), interleaved.size());
+  else
+    samples::deinterleave(interleaved.data(), planes[0], planes[1], bytes, count);
+  for (std::size_t c = 0; c < channels && bytes == sizeof(float); ++c) make_harmless(planes[c], count);
 }
 
 bool Encoder::append_input_data(std::span<const std::uint8_t> samples) {

@@ -43,7 +43,7 @@ private:
   int open_context();
   void set_up(AVCodecContext &context) const;
   int make_frame();
-  void deinterleave(std::span<const std::uint8_t> samples, int frames);
+  void deinterleave(std::span<const std::uint8_t> interleaved, int frames);
   bool fetch();
 
   const AVCodec *const codec_;
