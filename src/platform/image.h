@@ -41,7 +41,10 @@ std::optional<Bitmap> decode_image(std::span<const std::uint8_t> file);
 // The picture at another size; nothing for an empty one, and in a build without libswscale.
 std::optional<Bitmap> scale_image(const Bitmap &bitmap, std::uint32_t width, std::uint32_t height);
 
-// A baseline JPEG file; nothing for an empty bitmap or one that exceeds the format's 65,535 pixels a side.
+// The most that libjpeg takes, a little below the format's own.
+constexpr std::uint32_t kMaxJpegSide = 65500;
+
+// A baseline JPEG file; nothing for an empty bitmap or one of a longer side.
 std::optional<std::vector<std::uint8_t>> encode_jpeg(const Bitmap &bitmap);
 
 }  // namespace auspool::platform

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+#include <sys/mman.h>
+
 #include "platform/image.h"
 
 using namespace auspool::platform;
@@ -36,6 +39,46 @@ TEST_F(ScaledImage, HasTheSizeAskedForAndTheSamePicture) {
       EXPECT_LT(pixels[3 * width - 3], 15);
     }
   }
+}
+
+// A page that nobody may touch, where a bitmap of one mapping of its own ends: what was mapped before it, and lies
+// above it, makes way.
+class Guard {
+public:
+  explicit Guard(const Bitmap &below)
+      : page_(
+            mmap(page_behind(below.rgb), kPage, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0)) {}
+  ~Guard() {
+    if (is_there()) munmap(page_, kPage);
+  }
+  Guard(const Guard &) = delete;
+  Guard &operator=(const Guard &) = delete;
+
+  bool is_there() const { return page_ != MAP_FAILED; }
+
+private:
+  static constexpr std::size_t kPage = 4096;
+
+  static void *page_behind(const std::vector<std::uint8_t> &bytes) {
+    return reinterpret_cast<void *>((reinterpret_cast<std::uintptr_t>(&bytes.back()) | (kPage - 1)) + 1);
+  }
+
+  void *page_;
+};
+
+TEST_F(ScaledImage, IsMadeOfTheBitmapsBytesAlone) {
+  mallopt(M_MMAP_THRESHOLD, 65536);
+  int guarded = 0;
+  for (const auto &[width, height] : {std::pair{967u, 72u}, {72u, 967u}, {388u, 190u}, {760u, 97u}}) {
+    Bitmap above = halves(width, height);
+    const Bitmap picture = halves(width, height);  // whole pages less the 24 bytes around a block
+    above = Bitmap();
+    const Guard guard(picture);
+    guarded += guard.is_there();
+    for (std::uint32_t i = 1; i <= 20; ++i) EXPECT_TRUE(scale_image(picture, width / 2 + i, height / 2 + i));
+  }
+  mallopt(M_MMAP_THRESHOLD, 128 * 1024);
+  if (guarded == 0) GTEST_SKIP() << "no bitmap ended with its page";
 }
 
 TEST_F(ScaledImage, OfNothingOrToNothingIsNone) {

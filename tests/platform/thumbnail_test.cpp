@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "platform/image.h"
 #include "support/other_programs.h"
 #include "support/temp_dir.h"
@@ -22,6 +24,8 @@ protected:
               ":rate=5:duration=1 -pix_fmt yuv420p -c:v mpeg4 " + quoted(path));
     return path;
   }
+
+  std::string folder() const { return folder_.path(); }
 
 private:
   TempDir folder_;
@@ -46,6 +50,17 @@ TEST_F(Thumbnail, OfASmallFilmIsNotEnlarged) {
   ASSERT_TRUE(info);
   EXPECT_EQ(info->width, 62u);
   EXPECT_EQ(info->height, 94u);
+}
+
+TEST_F(Thumbnail, OfAFilmWhoseNameLooksLikeAnAddressIsItsPicture) {
+  const std::string path = film("62x94");
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(folder());
+  for (const char *name : {"S01:E02.mp4", "http:film.mp4", "pipe:0"}) {
+    std::filesystem::copy_file(path, name);
+    EXPECT_EQ(platform::video_thumbnail(name, 320), platform::video_thumbnail(path.c_str(), 320)) << name;
+  }
+  std::filesystem::current_path(before);
 }
 
 TEST_F(Thumbnail, IsMissingWhereThereIsNoPicture) {

@@ -4,9 +4,15 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <algorithm>
 #include <memory>
 
 namespace auspool::platform {
+namespace {
+
+constexpr std::size_t kVectorBytes = 64;  // the scaler reads and writes whole vectors, beyond the ends of rows too
+
+}  // namespace
 
 std::optional<Bitmap> scale(const AvPicture &picture, int width, int height) {
   const std::unique_ptr<SwsContext, void (*)(SwsContext *)> scaler(
@@ -14,8 +20,8 @@ std::optional<Bitmap> scale(const AvPicture &picture, int width, int height) {
                      nullptr, nullptr),
       sws_freeContext);
   if (!scaler) return std::nullopt;
-  constexpr int kVectorBytes = 64;  // the scaler writes whole vectors, beyond the ends of rows too
-  const int stride = (3 * width + 2 * kVectorBytes - 1) / kVectorBytes * kVectorBytes;
+  constexpr int kVector = kVectorBytes;
+  const int stride = (3 * width + 2 * kVector - 1) / kVector * kVector;
   std::vector<std::uint8_t> rows(static_cast<std::size_t>(stride) * static_cast<std::size_t>(height) + kVectorBytes);
   std::uint8_t *const planes[4] = {rows.data()};
   const int strides[4] = {stride};
@@ -31,7 +37,9 @@ std::optional<Bitmap> scale(const AvPicture &picture, int width, int height) {
 std::optional<Bitmap> scale_image(const Bitmap &bitmap, std::uint32_t width, std::uint32_t height) {
   const int from_width = static_cast<int>(bitmap.width), from_height = static_cast<int>(bitmap.height);
   if (bitmap.rgb.empty() || width == 0 || height == 0) return std::nullopt;
-  const std::uint8_t *const planes[4] = {bitmap.rgb.data()};
+  std::vector<std::uint8_t> rows(bitmap.rgb.size() + kVectorBytes);
+  std::copy(bitmap.rgb.begin(), bitmap.rgb.end(), rows.begin());
+  const std::uint8_t *const planes[4] = {rows.data()};
   const int strides[4] = {3 * from_width};
   return scale({AV_PIX_FMT_RGB24, from_width, from_height, planes, strides}, static_cast<int>(width),
                static_cast<int>(height));

@@ -7,6 +7,8 @@ extern "C" {
 
 #include <algorithm>
 #include <memory>
+#include <mutex>
+#include <string>
 
 #include "platform/libav/scale.h"
 
@@ -25,23 +27,47 @@ using CodecPtr = std::unique_ptr<AVCodecContext, FreePointer<avcodec_free_contex
 using FramePtr = std::unique_ptr<AVFrame, FreePointer<av_frame_free>>;
 using PacketPtr = std::unique_ptr<AVPacket, FreePointer<av_packet_free>>;
 
-// The libraries print what they think of a file, and have one setting for the process: it is put back at once.
+// The libraries print what they think of a file, and have one setting for the process: the first who wants it quiet
+// keeps what it was, and the last puts that back.
 class Quiet {
 public:
-  Quiet() : level_(av_log_get_level()) { av_log_set_level(AV_LOG_QUIET); }
-  ~Quiet() { av_log_set_level(level_); }
+  Quiet() {
+    const std::lock_guard lock(mutex_);
+    if (users_++ > 0) return;
+    level_ = av_log_get_level();
+    av_log_set_level(AV_LOG_QUIET);
+  }
+  ~Quiet() {
+    const std::lock_guard lock(mutex_);
+    if (--users_ == 0) av_log_set_level(level_);
+  }
   Quiet(const Quiet &) = delete;
   Quiet &operator=(const Quiet &) = delete;
 
 private:
-  const int level_;
+  static inline std::mutex mutex_;
+  static inline int users_ = 0, level_ = 0;
 };
 
+// Decoders run here already: none for a picture that is too large.
+int find_stream_info(AVFormatContext &format) {
+  std::vector<AVDictionary *> options(format.nb_streams);
+  for (AVDictionary *&of_stream : options) av_dict_set_int(&of_stream, "max_pixels", kMaxImagePixels, 0);
+  const int result = avformat_find_stream_info(&format, options.data());
+  for (AVDictionary *&of_stream : options) av_dict_free(&of_stream);
+  return result;
+}
+
+// By its path alone, whatever that looks like, and with no way from there to a network.
 FormatPtr open(const char *path) {
   AVFormatContext *format = nullptr;
-  if (avformat_open_input(&format, path, nullptr, nullptr) < 0) return nullptr;
+  AVDictionary *options = nullptr;
+  av_dict_set(&options, "protocol_whitelist", "file", 0);
+  const int error = avformat_open_input(&format, (std::string("file:") + path).c_str(), nullptr, &options);
+  av_dict_free(&options);
+  if (error < 0) return nullptr;
   FormatPtr opened(format);
-  return avformat_find_stream_info(format, nullptr) >= 0 ? std::move(opened) : nullptr;
+  return find_stream_info(*format) >= 0 ? std::move(opened) : nullptr;
 }
 
 CodecPtr open_decoder(const AVStream &stream) {
@@ -49,10 +75,11 @@ CodecPtr open_decoder(const AVStream &stream) {
   if (codec == nullptr) return nullptr;
   CodecPtr decoder(avcodec_alloc_context3(codec));
   if (!decoder || avcodec_parameters_to_context(decoder.get(), stream.codecpar) < 0) return nullptr;
+  decoder->max_pixels = kMaxImagePixels;
   return avcodec_open2(decoder.get(), codec, nullptr) >= 0 ? std::move(decoder) : nullptr;
 }
 
-// The first frame that decodes, within so many packets of the stream.
+// The first frame that decodes, within so many packets of the file.
 FramePtr first_frame(AVFormatContext &format, AVCodecContext &decoder, int stream) {
   constexpr int kPatience = 500;
   FramePtr frame(av_frame_alloc());
