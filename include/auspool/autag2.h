@@ -120,8 +120,11 @@ AUSPOOL_API void autag2_dispose_data(autag2_data *data);
  * other formats. `error` may be null. */
 AUSPOOL_API audict *autag2_chapter_read(const char *path, int32_t *error);
 
-/* The chapters as the bytes that a file of that format holds: for format 1 `CTOC` and `CHAP` frames without an ID3
- * header. Null for other formats, and for a dictionary without chapters. */
+/* The chapters as the bytes that a file of that format holds. For format 1 `CTOC` and `CHAP` frames without an ID3
+ * header. For format 2 a `trak` atom for titles, pictures and links each, as far as they are there, with ids from 2 on
+ * and durations in milliseconds, and an `mdat` with their samples; the last word of each `trak` is the offset of its
+ * samples, counted from the content of that `mdat` (docs/tags.md tells how a host puts them into its file). Null for
+ * other formats, for a dictionary without chapters, and when memory runs out. */
 AUSPOOL_API audict *autag2_chapter_create(const audict *chapters, uint32_t format);
 
 /* Chapters of existing files cannot be replaced yet: -1 for M4A, "Etag" for other formats. */

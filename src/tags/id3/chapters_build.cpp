@@ -6,6 +6,7 @@
 
 #include "base/byte_order.h"
 #include "platform/text.h"
+#include "tags/chapter_keys.h"
 #include "tags/id3/build_frames.h"
 #include "tags/id3/chapter_frames.h"
 #include "tags/id3/chapters.h"
@@ -34,16 +35,16 @@ void take(const char *&value, const audict *dictionary, const char *key) {
 }
 
 void take_image(const audict *&value, const audict *dictionary) {
-  if (const audict *image = audict_get(dictionary, "Autag2ChapterElementImage")) value = image;
+  if (const audict *image = audict_get(dictionary, kElementImage)) value = image;
 }
 
 // Nothing for an element that says no time to start at.
 std::optional<Source> source_of(const audict *element) {
   Source source;
   double duration = 0;
-  if (!audict_get_float(element, "Autag2ChapterElementStartTime", &source.start)) return std::nullopt;
-  if (audict_get_float(element, "Autag2ChapterElementDuration", &duration)) source.duration = duration;
-  take(source.title, element, "Autag2ChapterElementTitle");
+  if (!audict_get_float(element, kElementStart, &source.start)) return std::nullopt;
+  if (audict_get_float(element, kElementDuration, &duration)) source.duration = duration;
+  take(source.title, element, kElementTitle);
   take(source.url, element, "URL");
   take(source.url_title, element, "URLTitle");
   take_image(source.image, element);
@@ -52,15 +53,15 @@ std::optional<Source> source_of(const audict *element) {
 
 // Up to the first element that is no chapter. Pictures and links go by their place in the arrays, not by their times.
 std::vector<Source> sources_of(const audict &chapters, const audict &contents) {
-  const audict *images = audict_get(&chapters, "Autag2ChapterImageTrack");
-  const audict *links = audict_get(&chapters, "Autag2ChapterHRefTrack");
+  const audict *images = audict_get(&chapters, kImageTrack);
+  const audict *links = audict_get(&chapters, kLinkTrack);
   std::vector<Source> sources;
   for (std::size_t i = 0; i < audict_count(&contents); ++i) {
     auto source = source_of(audict_at(&contents, i));
     if (!source) break;
     take_image(source->image, audict_at(images, i));
-    take(source->url, audict_at(links, i), "Autag2ChapterElementURL");
-    take(source->url_title, audict_at(links, i), "Autag2ChapterElementTitle");
+    take(source->url, audict_at(links, i), kElementUrl);
+    take(source->url_title, audict_at(links, i), kElementTitle);
     sources.push_back(*source);
   }
   return sources;
@@ -145,7 +146,7 @@ void add_chapter(Bytes &to, const std::string &name, const Source &source) {
 }  // namespace
 
 std::optional<Bytes> autag2_mp3_chapter_create(const audict *chapters) {
-  const audict *contents = audict_get(chapters, "Autag2ChapterTOCTrack");
+  const audict *contents = audict_get(chapters, kContentsTrack);
   if (contents == nullptr) return std::nullopt;
   const std::vector<Source> sources = sources_of(*chapters, *contents);
   const std::size_t count = std::min(sources.size(), kMaxChapters);

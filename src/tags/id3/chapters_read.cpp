@@ -3,6 +3,7 @@
 #include <map>
 
 #include "auspool/autag2.h"
+#include "tags/chapter_keys.h"
 #include "tags/id3/chapter_frames.h"
 #include "tags/id3/chapters.h"
 #include "tags/id3/frames.h"
@@ -49,29 +50,29 @@ bool resolve(const TagData &tag, Chapters &chapters) {
 
 Ref element_of(const Chapter &chapter) {
   Ref element = make_dictionary();
-  set(*element, "Autag2ChapterElementStartTime", make_float(chapter.start_seconds));
-  set(*element, "Autag2ChapterElementDuration", make_float(chapter.duration_seconds));
+  set(*element, kElementStart, make_float(chapter.start_seconds));
+  set(*element, kElementDuration, make_float(chapter.duration_seconds));
   return element;
 }
 
 Ref contents_element(const Chapter &chapter) {
   Ref element = element_of(chapter);
-  set(*element, "Autag2ChapterElementTitle", make_string(chapter.title));
+  set(*element, kElementTitle, make_string(chapter.title));
   return element;
 }
 
 Ref image_element(const Chapter &chapter) {
   Ref element = element_of(chapter);
   const auto image = chapter.image.value_or(std::span<const std::uint8_t>());
-  set(*element, "Autag2ChapterElementImage", make_data(Bytes(image.begin(), image.end())));
+  set(*element, kElementImage, make_data(Bytes(image.begin(), image.end())));
   return element;
 }
 
 Ref link_element(const Chapter &chapter) {
   Ref element = element_of(chapter);
   const Link link = chapter.link.value_or(Link());
-  set(*element, "Autag2ChapterElementURL", make_string(link.url));
-  if (link.title) set(*element, "Autag2ChapterElementTitle", make_string(*link.title));
+  set(*element, kElementUrl, make_string(link.url));
+  if (link.title) set(*element, kElementTitle, make_string(*link.title));
   return element;
 }
 
@@ -91,12 +92,12 @@ std::int32_t autag2_id3_chapter_read(audict &dict, std::uint64_t offset, platfor
   if (!chapters || !resolve(tag, *chapters)) return AUTAG2_EPRS;
   std::ranges::stable_sort(*chapters, {}, &Chapter::start_seconds);
   const auto any = [&](const auto &has) { return std::ranges::any_of(*chapters, has); };
-  set_track(dict, "Autag2ChapterTOCTrack", *chapters, contents_element);
+  set_track(dict, kContentsTrack, *chapters, contents_element);
   if (any([](const Chapter &it) { return it.link.has_value(); })) {
-    set_track(dict, "Autag2ChapterHRefTrack", *chapters, link_element);
+    set_track(dict, kLinkTrack, *chapters, link_element);
   }
   if (any([](const Chapter &it) { return it.image.has_value(); })) {
-    set_track(dict, "Autag2ChapterImageTrack", *chapters, image_element);
+    set_track(dict, kImageTrack, *chapters, image_element);
   }
   return 0;
 }

@@ -7,6 +7,8 @@
 
 #include "base/byte_order.h"
 #include "platform/image.h"
+#include "platform/text.h"
+#include "tags/chapter_keys.h"
 #include "tags/m4a/baseline_jpeg.h"
 
 namespace auspool::tags {
@@ -14,12 +16,9 @@ namespace {
 
 using View = std::span<const std::uint8_t>;
 
-constexpr char kImage[] = "Autag2ChapterElementImage", kTitle[] = "Autag2ChapterElementTitle",
-               kUrl[] = "Autag2ChapterElementURL", kDuration[] = "Autag2ChapterElementDuration";
-
 View picture_of(const audict *element) {
   std::size_t length = 0;
-  const auto *bytes = static_cast<const std::uint8_t *>(audict_get_data(element, kImage, &length));
+  const auto *bytes = static_cast<const std::uint8_t *>(audict_get_data(element, kElementImage, &length));
   return {bytes, length};
 }
 
@@ -31,7 +30,7 @@ void append_short(Bytes &to, std::size_t value) {
 //  0 size   4 "href"   8 first character   10 last character   12 length   13 link   NUL
 void append_link(Bytes &to, std::string_view link) {
   constexpr std::size_t kLongest = 255, kAround = 14;
-  link = link.substr(0, kLongest);
+  link = platform::whole_characters(link, platform::Encoding::utf8, kLongest);
   append_short(to, 0);
   append_short(to, link.size() + kAround);
   for (const char c : std::string_view("href\0\0\xFF\xFF", 8)) to.push_back(static_cast<std::uint8_t>(c));
@@ -40,8 +39,9 @@ void append_link(Bytes &to, std::string_view link) {
   to.push_back(0);
 }
 
-// The picture drawn into the middle of a black one of that size, smaller where it must be and never larger.
-platform::Bitmap centred(const platform::Bitmap &picture, PictureSize size) {
+// The picture drawn into the middle of a black one of that size, smaller where it must be and never larger. Nothing
+// where it cannot be made smaller.
+std::optional<platform::Bitmap> centred(const platform::Bitmap &picture, PictureSize size) {
   platform::Bitmap canvas{size.width, size.height, Bytes(std::size_t{3} * size.width * size.height)};
   if (picture.rgb.empty()) return canvas;
   double scale = picture.width > size.width ? static_cast<double>(size.width) / picture.width : 1.0;
@@ -50,12 +50,15 @@ platform::Bitmap centred(const platform::Bitmap &picture, PictureSize size) {
     return std::clamp(static_cast<std::uint32_t>(scale * side + 0.5), 1u, most);
   };
   const std::uint32_t width = scaled(picture.width, size.width), height = scaled(picture.height, size.height);
-  const bool as_it_is = width == picture.width && height == picture.height;
-  const auto drawn = as_it_is ? std::optional(picture) : platform::scale_image(picture, width, height);
-  if (!drawn) return canvas;
+  std::optional<platform::Bitmap> smaller;
+  if (width != picture.width || height != picture.height) {
+    smaller = platform::scale_image(picture, width, height);
+    if (!smaller) return std::nullopt;
+  }
+  const Bytes &drawn = smaller ? smaller->rgb : picture.rgb;
   const std::size_t left = (size.width - width) / 2, top = (size.height - height) / 2;
   for (std::size_t row = 0; row < height; ++row) {
-    const auto from = drawn->rgb.begin() + static_cast<std::ptrdiff_t>(3 * row * width);
+    const auto from = drawn.begin() + static_cast<std::ptrdiff_t>(3 * row * width);
     std::copy(from, from + 3 * width,
               canvas.rgb.begin() + static_cast<std::ptrdiff_t>(3 * ((top + row) * size.width + left)));
   }
@@ -84,11 +87,13 @@ Ref copy_of(const audict *element) {
   return copy;
 }
 
-void lengthen(audict &element, const audict *by) {
+// False where one of the two has no duration.
+bool lengthen(audict &element, const audict *by) {
   double own = 0, added = 0;
-  audict_get_float(&element, kDuration, &own);
-  audict_get_float(by, kDuration, &added);
-  set(element, kDuration, make_float(own + added));
+  if (!audict_get_float(&element, kElementDuration, &own) || !audict_get_float(by, kElementDuration, &added))
+    return false;
+  set(element, kElementDuration, make_float(own + added));
+  return true;
 }
 
 }  // namespace
@@ -96,7 +101,8 @@ void lengthen(audict &element, const audict *by) {
 Bytes create_text_sample(const audict &element) {
   static constexpr std::uint8_t empty_text_data[] = {0, 0, 0, 0, 0, 15, 'h', 'r', 'e', 'f', 0, 0, 0, 0, 0, 0x20, 0};
   constexpr std::size_t kLongest = 65535;
-  const char *const title = audict_get_string(&element, kTitle), *const url = audict_get_string(&element, kUrl);
+  const char *const title = audict_get_string(&element, kElementTitle), *const url =
+                                                                            audict_get_string(&element, kElementUrl);
   const std::string_view link = url != nullptr ? url : "";
   const std::string_view text = title != nullptr ? std::string_view(title) : link;
   if (text.empty()) return Bytes(std::begin(empty_text_data), std::end(empty_text_data));
@@ -113,7 +119,8 @@ std::optional<Bytes> create_image_sample(const audict &element, PictureSize size
   const bool fits = info && info->width == size.width && info->height == size.height;
   if (fits && is_baseline_jpeg(file)) return Bytes(file.begin(), file.end());
   const auto picture = platform::decode_image(file);
-  return platform::encode_jpeg(centred(picture.value_or(platform::Bitmap()), size));
+  const auto sample = centred(picture.value_or(platform::Bitmap()), size);
+  return sample ? platform::encode_jpeg(*sample) : std::nullopt;
 }
 
 PictureSize size_of_track(const audict *elements) {
@@ -121,10 +128,11 @@ PictureSize size_of_track(const audict *elements) {
   PictureSize size;
   std::uint64_t best = kLeastArea;
   for (std::size_t i = 0; i < audict_count(elements); ++i) {
-    const auto info = platform::image_info(picture_of(audict_at(elements, i)));
+    const View file = picture_of(audict_at(elements, i));
+    const auto info = platform::image_info(file);
     const std::uint64_t area = info ? std::uint64_t{info->width} * info->height : 0;
-    if (area <= best || area > platform::kMaxImagePixels || info->width > UINT16_MAX || info->height > UINT16_MAX)
-      continue;
+    if (area <= best || std::max(info->width, info->height) > platform::kMaxJpegSide) continue;
+    if (!platform::decode_image(file)) continue;  // a header claims much
     best = area;
     size = {info->width, info->height};
   }
@@ -137,10 +145,7 @@ Ref merge_images(const audict *elements) {
   for (std::size_t i = 0; i < audict_count(elements); ++i) {
     const audict *const element = audict_at(elements, i);
     const Fingerprint next = fingerprint_of(element);
-    if (current && next == last) {
-      lengthen(*current, element);
-      continue;
-    }
+    if (current && next == last && lengthen(*current, element)) continue;
     if (current) append(*merged, std::move(current));
     current = copy_of(element);
     last = next;

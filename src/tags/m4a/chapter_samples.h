@@ -13,10 +13,11 @@ namespace auspool::tags {
 Bytes create_text_sample(const audict &element);
 
 // An element's picture as a JPEG of the track's size: unchanged where it is a baseline JPEG of that size, else scaled
-// down to fit and centred on black. Without a picture that can be read, black alone. Nothing where memory is out.
+// down to fit and centred on black. Without a picture that can be read, black alone. Nothing where memory is out, and
+// for a picture that is too large in a build that cannot scale.
 std::optional<Bytes> create_image_sample(const audict &element, PictureSize size);
 
-// The size that a track of pictures gets: that of the largest, by area, above the least.
+// The size that a track of pictures gets: that of the largest, by area, above the least, that can be read.
 PictureSize size_of_track(const audict *elements);
 
 // A copy of the array in which neighbours with the same picture are one element that lasts as long as all of them.

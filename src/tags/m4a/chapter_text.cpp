@@ -28,8 +28,8 @@ std::optional<platform::Encoding> marked_encoding(View text) {
   return std::nullopt;
 }
 
-// Text that is no UTF-8 where it should be says nothing; in the older format it is Latin-1, and has been read from the
-// start of the sample for so long that files count on it.
+// Text that is no UTF-8 where it should be says nothing; in the older format the whole sample is Latin-1, the bytes of
+// its length in front: who asks for the text as a C string finds an end before it begins, as a rule.
 std::string title_of(View sample, std::size_t length, bool is_tx3g) {
   const View text = sample.subspan(kLengthBytes, length);
   if (const auto encoding = marked_encoding(text)) {
@@ -38,7 +38,7 @@ std::string title_of(View sample, std::size_t length, bool is_tx3g) {
   std::string utf8 = as_string(text);
   if (valid_utf8(utf8)) return utf8;
   if (is_tx3g) return "";
-  return platform::decode_text(sample.first(length), platform::Encoding::latin1).value_or("");
+  return platform::decode_text(sample.first(kLengthBytes + length), platform::Encoding::latin1).value_or("");
 }
 
 // False for a link that is longer than its atom.

@@ -4,6 +4,7 @@
 
 #include "base/four_cc.h"
 #include "base/mpeg4_time.h"
+#include "tags/chapter_keys.h"
 #include "tags/m4a/find_atom.h"
 #include "tags/m4a/words.h"
 
@@ -43,11 +44,11 @@ std::optional<std::int64_t> milliseconds(const audict &element, const char *key)
 // False for a track that stops.
 bool add_sample(Samples &samples, Bytes &mdat, const audict *element, const SampleFunction &sample) {
   if (element == nullptr) return false;
-  const auto start = milliseconds(*element, "Autag2ChapterElementStartTime");
-  const auto duration = milliseconds(*element, "Autag2ChapterElementDuration");
+  const auto start = milliseconds(*element, kElementStart);
+  const auto duration = milliseconds(*element, kElementDuration);
   if (!start || !duration) return false;
-  const std::int64_t with_gap = *start - samples.duration + *duration, end = *start + *duration;
-  if (with_gap < 0 || end < 0) return false;
+  const std::int64_t end = *start + *duration, with_gap = end - samples.duration;
+  if (with_gap < 0) return false;
   const auto bytes = sample(*element);
   if (!bytes) return false;
   mdat.insert(mdat.end(), bytes->begin(), bytes->end());

@@ -1,162 +1,51 @@
+#include <algorithm>
 #include <array>
-#include <string>
+#include <vector>
 
 #include "auspool/autag2.h"
 #include "base/byte_order.h"
-#include "base/four_cc.h"
+#include "tags/chapter_keys.h"
 #include "tags/guard.h"
-#include "tags/m4a/chapter_text.h"
+#include "tags/m4a/chapter_track_read.h"
 #include "tags/m4a/chapters.h"
 #include "tags/m4a/find_atom.h"
-#include "tags/m4a/sample_table.h"
 
 namespace auspool::tags {
 namespace {
 
-enum class Kind { chapters, images, links };
+using Tracks = std::vector<std::uint64_t>;  // offsets of their `trak`
 
-constexpr const char *key_of(Kind kind) {
+constexpr const char *key_of(TrackKind kind) {
   switch (kind) {
-  case Kind::images:
-    return "Autag2ChapterImageTrack";
-  case Kind::links:
-    return "Autag2ChapterHRefTrack";
-  case Kind::chapters:
+  case TrackKind::image:
+    return kImageTrack;
+  case TrackKind::link:
+    return kLinkTrack;
+  case TrackKind::contents:
     break;
   }
-  return "Autag2ChapterTOCTrack";
+  return kContentsTrack;
 }
 
-std::string track_path(std::uint32_t index) {
-  return "moov.trak-" + std::to_string(index);
-}
-
-// The first track, by index, that has an atom at this path below it.
-bool find_atom_and_index_file(platform::File &file, const std::string &below, std::uint32_t &index) {
-  constexpr std::uint32_t kMostTracks = 255;
+// The first track that has an atom at this path below it; `tracks.size()` without one.
+std::size_t find_track_with(platform::File &file, const Tracks &tracks, const char *path) {
   std::uint64_t offset = 0;
-  for (index = 0; index < kMostTracks; ++index) {
-    if (!find_atom(file, 0, track_path(index), offset)) return false;
-    if (find_atom(file, 0, track_path(index) + below, offset)) return true;
-  }
-  return false;
+  std::size_t index = 0;
+  while (index < tracks.size() && !find_atom(file, tracks[index], path, offset)) ++index;
+  return index;
 }
 
-// A word of an atom whose times, in version 1, have 64 bits: `at` is its place in version 0, behind two of them.
-std::int32_t read_word_behind_times(platform::File &file, const std::string &path, std::uint64_t at,
-                                    std::uint32_t &word) {
-  constexpr std::uint64_t kVersion = 8, kLongerTimes = 8;
-  std::uint64_t atom = 0;
-  if (!find_atom(file, 0, path, atom)) return AUTAG2_EPRS;
-  std::array<std::uint8_t, 1> version;
-  std::array<std::uint8_t, 4> bytes;
-  if (const std::int32_t error = file.read(atom + kVersion, version)) return error;
-  if (const std::int32_t error = file.read(atom + at + (version[0] == 1 ? kLongerTimes : 0), bytes)) return error;
-  word = load_be<std::uint32_t>(bytes.data());
-  return 0;
-}
-
-std::int32_t find_track(platform::File &file, std::uint32_t track_id, std::string &path) {
+bool has_id(platform::File &file, std::uint64_t track, std::uint32_t wanted) {
   constexpr std::uint64_t kTrackId = 20;
-  std::uint64_t offset = 0;
-  for (std::uint32_t index = 0; find_atom(file, 0, track_path(index), offset); ++index) {
-    std::uint32_t id = 0;
-    path = track_path(index);
-    if (read_word_behind_times(file, path + ".tkhd", kTrackId, id) == 0 && id == track_id) return 0;
-  }
-  return AUTAG2_EPRS;
-}
-
-struct Track {
-  Kind kind = Kind::chapters;
-  Ref elements;  // an array; null for a track that is none of chapters
-};
-
-// What a track's samples are read with.
-struct Reading {
-  platform::File &file;
-  Track &track;
-  std::uint32_t time_scale;
-  std::uint64_t time = 0;
-};
-
-Ref make_element(const Reading &reading, std::uint32_t duration) {
-  const auto seconds = [&](std::uint64_t units) {
-    return static_cast<double>(units) / static_cast<double>(reading.time_scale);
-  };
-  Ref element = make_dictionary();
-  set(*element, "Autag2ChapterElementStartTime", make_float(seconds(reading.time)));
-  set(*element, "Autag2ChapterElementDuration", make_float(seconds(duration)));
-  return element;
-}
-
-std::int32_t add_text(Reading &reading, const Sample &sample, audict &element) {
-  Bytes bytes;
-  if (const std::int32_t error = reading.file.read(sample.offset, sample.size, bytes)) return error;
-  auto text = parse_chapter_text(bytes, sample.format == four_cc("tx3g"));
-  if (!text) return AUTAG2_EPRS;
-  set(element, "Autag2ChapterElementTitle", make_string(std::move(text->title)));
-  if (!text->link) return 0;
-  set(element, "Autag2ChapterElementURL", make_string(std::move(*text->link)));
-  reading.track.kind = Kind::links;
-  return 0;
-}
-
-std::int32_t add_image(Reading &reading, const Sample &sample, audict &element) {
-  Bytes bytes;
-  if (const std::int32_t error = reading.file.read(sample.offset, sample.size, bytes)) return error;
-  set(element, "Autag2ChapterElementImage", make_data(std::move(bytes)));
-  return 0;
-}
-
-bool is_readable(std::uint32_t format, Kind kind) {
-  return kind == Kind::images ? format == four_cc("jpeg") || format == four_cc("png ")
-                              : format == four_cc("text") || format == four_cc("tx3g");
-}
-
-// Samples that last no time to speak of fill gaps, and are no chapters.
-std::int32_t read_samples(Reading &reading, SampleTable &table) {
-  constexpr std::uint32_t kLeastDuration = 2;
-  Sample sample;
-  std::int32_t error = 0;
-  for (; table.next(sample, error); reading.time += sample.duration) {
-    if (sample.duration < kLeastDuration) continue;
-    if (!is_readable(sample.format, reading.track.kind)) break;
-    Ref element = make_element(reading, sample.duration);
-    const auto add_content = reading.track.kind == Kind::images ? add_image : add_text;
-    if ((error = add_content(reading, sample, *element)) != 0) break;
-    append(*reading.track.elements, std::move(element));
-  }
-  return error;
-}
-
-std::int32_t load_chapter_track(platform::File &file, std::uint32_t track_id, Track &track) {
-  constexpr std::uint64_t kTimeScale = 20, kSubtype = 16;
-  std::string path;
-  if (const std::int32_t error = find_track(file, track_id, path)) return error;
-  std::uint32_t time_scale = 0;
-  if (const std::int32_t error = read_word_behind_times(file, path + ".mdia.mdhd", kTimeScale, time_scale))
-    return error;
-  std::uint64_t handler = 0;
-  std::array<std::uint8_t, 4> subtype;
-  if (!find_atom(file, 0, path + ".mdia.hdlr", handler)) return AUTAG2_EPRS;
-  if (const std::int32_t error = file.read(handler + kSubtype, subtype)) return error;
-  const auto type = load_be<std::uint32_t>(subtype.data());
-  if (type != four_cc("vide") && type != four_cc("text")) return 0;
-  if (time_scale == 0) return AUTAG2_EPRS;
-  track.kind = type == four_cc("vide") ? Kind::images : Kind::chapters;
-  SampleTable table;
-  if (const std::int32_t error = table.load(file, path + ".mdia.minf.stbl")) return error;
-  track.elements = make_array();
-  Reading reading{file, track, time_scale};
-  return read_samples(reading, table);
+  std::uint32_t id = 0;
+  return read_word_behind_times(file, track, "trak.tkhd", kTrackId, id) == 0 && id == wanted;
 }
 
 // The ids in the `chap` of a track: none without one.
-std::int32_t read_references(platform::File &file, std::uint32_t index, std::vector<std::uint32_t> &ids) {
+std::int32_t read_references(platform::File &file, std::uint64_t track, std::vector<std::uint32_t> &ids) {
   constexpr std::uint32_t kLeastBytes = 12, kMostIds = 16;
   std::uint64_t offset = 0;
-  if (!find_atom(file, 0, track_path(index) + ".tref.chap", offset)) return 0;
+  if (!find_atom(file, track, "trak.tref.chap", offset)) return 0;
   std::array<std::uint8_t, kAtomHeaderBytes + 4 * kMostIds> bytes;
   if (const std::int32_t error = file.read(offset, std::span(bytes).first(4))) return error;
   const auto size = load_be<std::uint32_t>(bytes.data());
@@ -164,7 +53,7 @@ std::int32_t read_references(platform::File &file, std::uint32_t index, std::vec
   const std::size_t count = std::min<std::size_t>((size - kAtomHeaderBytes) / 4, kMostIds);
   if (const std::int32_t error = file.read(offset, std::span(bytes).first(kAtomHeaderBytes + 4 * count))) return error;
   for (std::size_t i = 0; i < count; ++i) ids.push_back(load_be<std::uint32_t>(&bytes[kAtomHeaderBytes + 4 * i]));
-  return ids[0] == index + 1 ? AUTAG2_EPRS : 0;
+  return 0;
 }
 
 std::int32_t read_highest_id(platform::File &file, std::uint32_t &highest) {
@@ -180,44 +69,61 @@ bool is_complete(const audict &chapters) {
   return audict_count(&chapters) == 3;
 }
 
-// The first of each kind counts, and titles come from the first track of all before any other.
-std::int32_t load_tracks(platform::File &file, std::uint32_t own_id, std::uint32_t highest,
-                         const std::vector<std::uint32_t> &ids, audict &chapters) {
-  for (std::size_t i = 0; i < ids.size() && !is_complete(chapters); ++i) {
-    const bool usable = ids[i] != own_id && ids[i] >= 1 && ids[i] <= highest;
-    if (i > 0 && !usable) continue;
-    Track track;
-    if (const std::int32_t error = load_chapter_track(file, ids[i], track)) return error;
-    if (track.elements && (i > 0 || track.kind == Kind::chapters)) {
-      add(chapters, key_of(track.kind), std::move(track.elements));
-    }
+// What is read of one file.
+struct Reading {
+  platform::File &file;
+  const Tracks &tracks;
+  Allowance allowance;
+  audict &chapters;
+};
+
+std::int32_t load_track(Reading &reading, std::uint32_t id, bool is_first) {
+  const auto found = std::find_if(reading.tracks.begin(), reading.tracks.end(),
+                                  [&](std::uint64_t track) { return has_id(reading.file, track, id); });
+  if (found == reading.tracks.end()) return AUTAG2_EPRS;
+  ChapterTrack track;
+  if (const std::int32_t error = load_chapter_track(reading.file, *found, reading.allowance, track)) return error;
+  if (!track.elements || (is_first && track.kind != TrackKind::contents)) return 0;
+  add(reading.chapters, key_of(track.kind), std::move(track.elements));
+  return 0;
+}
+
+// The first of each kind counts, and titles come from the first track of all before any other. A track is taken for
+// that of its place: the first has id 1.
+std::int32_t load_tracks(Reading &reading, std::size_t index) {
+  const auto own_id = static_cast<std::uint32_t>(index + 1);
+  std::uint32_t highest = 0;
+  std::vector<std::uint32_t> ids;
+  if (const std::int32_t error = read_highest_id(reading.file, highest)) return error;
+  if (const std::int32_t error = read_references(reading.file, reading.tracks[index], ids)) return error;
+  if (!ids.empty() && ids[0] == own_id) return AUTAG2_EPRS;
+  for (std::size_t i = 0; i < ids.size() && !is_complete(reading.chapters); ++i) {
+    if (i > 0 && (ids[i] == own_id || ids[i] < 1 || ids[i] > highest)) continue;
+    if (const std::int32_t error = load_track(reading, ids[i], i == 0)) return error;
   }
   return 0;
 }
 
-Ref load_chapter_dict(platform::File &file, std::uint32_t index, std::int32_t &error) {
-  std::uint32_t highest = 0;
-  std::vector<std::uint32_t> ids;
+Ref load_chapter_dict(platform::File &file, const Tracks &tracks, std::size_t index, std::int32_t &error) {
   Ref chapters = make_dictionary();
-  error = read_highest_id(file, highest);
-  if (error == 0) error = read_references(file, index, ids);
-  if (error == 0) error = load_tracks(file, index + 1, highest, ids, *chapters);
+  Reading reading{file, tracks, Allowance(file.size()), *chapters};
+  error = load_tracks(reading, index);
   return audict_count(chapters.get()) > 0 ? std::move(chapters) : nullptr;
 }
 
 }  // namespace
 
 Ref autag2_m4a_chapter_read(platform::File &file, std::int32_t &error) {
-  std::uint32_t index = 0;
-  if (!find_atom_and_index_file(file, ".mdia.minf.stbl.stsd", index)) {
+  const Tracks tracks = find_tracks(file);
+  std::size_t index = find_track_with(file, tracks, "trak.mdia.minf.stbl.stsd");
+  if (index == tracks.size()) {
     error = AUTAG2_ESND;
     return nullptr;
   }
-  Ref chapters = load_chapter_dict(file, index, error);
-  if (!chapters && error == 0 && find_atom_and_index_file(file, ".tref.chap", index)) {
-    chapters = load_chapter_dict(file, index, error);
-  }
-  return chapters;
+  Ref chapters = load_chapter_dict(file, tracks, index, error);
+  if (chapters || error != 0) return chapters;
+  index = find_track_with(file, tracks, "trak.tref.chap");
+  return index < tracks.size() ? load_chapter_dict(file, tracks, index, error) : nullptr;
 }
 
 std::int32_t autag2_m4a_chapter_write(const char *, const audict *) {

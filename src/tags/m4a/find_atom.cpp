@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <optional>
 
 #include "base/byte_order.h"
+#include "base/four_cc.h"
 
 namespace auspool::tags {
 namespace {
@@ -96,6 +98,23 @@ bool find_atom_mem(std::span<const std::uint8_t> data, std::string_view path, st
   const auto found = walk(data, 0, data.size(), kAtomHeaderBytes + 1, path);
   if (found) offset = static_cast<std::uint32_t>(*found);
   return found.has_value();
+}
+
+std::vector<std::uint64_t> find_tracks(platform::File &file) {
+  constexpr std::size_t kMostTracks = 255;
+  std::vector<std::uint64_t> tracks;
+  std::uint64_t at = 0;
+  if (!find_atom(file, 0, "moov", at)) return tracks;
+  const std::optional<Atom> moov = read_header(file, at);
+  const std::uint64_t end = at + std::min(moov->size, file.size() - at);
+  for (at += moov->header_bytes; at < end && tracks.size() < kMostTracks;) {
+    const std::optional<Atom> atom = read_header(file, at);
+    if (!atom) break;
+    if (atom->name == four_cc("trak")) tracks.push_back(at);
+    if (atom->size >= end - at) break;
+    at += atom->size;
+  }
+  return tracks;
 }
 
 std::int32_t seek_to_subatom(platform::File &file, std::uint64_t &position, std::uint64_t length, std::uint32_t name,

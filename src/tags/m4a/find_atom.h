@@ -6,9 +6,9 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "platform/file.h"
 
@@ -22,6 +22,9 @@ bool find_atom(platform::File &file, std::uint64_t start, std::string_view path,
 // The same in memory, with sizes of 32 bits alone. At least 9 bytes must be left at every step, so that an atom without
 // content at the very end is not found.
 bool find_atom_mem(std::span<const std::uint8_t> data, std::string_view path, std::uint32_t &offset);
+
+// The offsets of the tracks in `moov`, of the first 255.
+std::vector<std::uint64_t> find_tracks(platform::File &file);
 
 // Walks the atoms side by side in the `length` bytes from `position` on, and leaves that at the header of the first
 // with the name. 0, or -1.

@@ -1,5 +1,6 @@
 #include "tags/m4a/movie.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -11,14 +12,11 @@ namespace auspool::tags {
 namespace {
 
 bool has_video_track(platform::File &file) {
-  constexpr int kMostTracks = 255;
-  std::uint64_t offset = 0;
-  for (int i = 0; i < kMostTracks; ++i) {
-    const std::string track = "moov.trak-" + std::to_string(i);
-    if (!find_atom(file, 0, track, offset)) return false;
-    if (find_atom(file, 0, track + ".mdia.minf.vmhd", offset)) return true;
-  }
-  return false;
+  const std::vector<std::uint64_t> tracks = find_tracks(file);
+  return std::any_of(tracks.begin(), tracks.end(), [&file](std::uint64_t track) {
+    std::uint64_t offset = 0;
+    return find_atom(file, track, "trak.mdia.minf.vmhd", offset);
+  });
 }
 
 std::string name_of(std::string_view path) {

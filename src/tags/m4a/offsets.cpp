@@ -39,11 +39,11 @@ void move_table_of_32_bits(Span table, std::int64_t shift) {
   move_entries<std::uint32_t>(table.subspan(kTableHeaderBytes), count_in(table), shift);
 }
 
-// Of 64 bits it is believed where it says more, up to the end of the data.
-void move_table_of_64_bits(Span moov, std::uint32_t offset, std::int64_t shift) {
-  const Span table = atom_at(moov, offset);
+// Of 64 bits it is believed where it says more, up to the end of the track.
+void move_table_of_64_bits(Span track, std::uint32_t offset, std::int64_t shift) {
+  const Span table = atom_at(track, offset);
   const std::uint64_t count = std::max<std::uint64_t>(count_in(table), (table.size() - kTableHeaderBytes) / 8);
-  move_entries<std::uint64_t>(moov.subspan(offset + kTableHeaderBytes), count, shift);
+  move_entries<std::uint64_t>(track.subspan(offset + kTableHeaderBytes), count, shift);
 }
 
 void move_track(Span track, std::int64_t shift) {
@@ -69,23 +69,21 @@ std::int32_t move_fragment_track(platform::File &file, std::uint64_t header, std
 }  // namespace
 
 void move_chunk_offsets(std::span<std::uint8_t> moov, std::int64_t shift) {
-  std::uint32_t track = 0;
-  for (int i = 0; find_atom_mem(moov, "moov.trak-" + std::to_string(i), track); ++i) {
-    move_track(atom_at(moov, track), shift);
+  std::uint32_t next = 0;
+  for (bool found = find_atom_mem(moov, "moov.trak", next); found; found = find_atom_mem(moov, "trak-1", next)) {
+    moov = moov.subspan(next);
+    move_track(atom_at(moov, 0), shift);
   }
 }
 
 std::int32_t move_fragment_offsets(platform::File &file, std::int64_t shift) {
   std::uint64_t fragment = 0;
-  for (std::uint64_t from = 0; find_atom(file, from, "moof", fragment);) {
+  for (bool found = find_atom(file, 0, "moof", fragment); found;
+       found = find_atom(file, fragment, "moof-1", fragment)) {
     std::uint64_t header = 0;
     for (int i = 0; find_atom(file, fragment, "moof.traf-" + std::to_string(i) + ".tfhd", header); ++i) {
       if (const std::int32_t error = move_fragment_track(file, header, shift)) return error;
     }
-    std::array<std::uint8_t, 4> size;
-    if (const std::int32_t error = file.read(fragment, size)) return error;
-    if (load_be<std::uint32_t>(size.data()) < kAtomHeaderBytes) return 0;  // 64 bits or to the end: nothing follows
-    from = fragment + load_be<std::uint32_t>(size.data());
   }
   return 0;
 }

@@ -16,9 +16,10 @@ namespace {
 class Table {
 public:
   // Whether the atom's own size covers so many rows of so many bytes behind the `head` bytes.
-  std::int32_t load(platform::File &file, const std::string &path, std::size_t head, std::size_t row_bytes) {
+  std::int32_t load(platform::File &file, std::uint64_t stbl, const char *path, std::size_t head,
+                    std::size_t row_bytes) {
     std::uint64_t offset = 0;
-    if (!find_atom(file, 0, path, offset)) return AUTAG2_EPRS;
+    if (!find_atom(file, stbl, path, offset)) return AUTAG2_EPRS;
     std::array<std::uint8_t, 4> size;
     if (const std::int32_t error = file.read(offset, size)) return error;
     const auto bytes = load_be<std::uint32_t>(size.data());
@@ -43,9 +44,9 @@ private:
 constexpr std::size_t kTableHead = 16, kSizesHead = 20;
 
 // The descriptions' own sizes lead from one to the next.
-std::int32_t load_formats(platform::File &file, const std::string &path, std::vector<std::uint32_t> &formats) {
+std::int32_t load_formats(platform::File &file, std::uint64_t stbl, std::vector<std::uint32_t> &formats) {
   Table table;
-  if (const std::int32_t error = table.load(file, path + ".stsd", kTableHead, kAtomHeaderBytes)) return error;
+  if (const std::int32_t error = table.load(file, stbl, "stbl.stsd", kTableHead, kAtomHeaderBytes)) return error;
   std::size_t at = kTableHead;
   for (std::uint32_t i = 0; i < table.count(); ++i) {
     if (table.size() - at < kAtomHeaderBytes) return AUTAG2_EPRS;
@@ -57,11 +58,11 @@ std::int32_t load_formats(platform::File &file, const std::string &path, std::ve
   return 0;
 }
 
-std::int32_t load_sizes(platform::File &file, const std::string &path, std::uint32_t &uniform,
+std::int32_t load_sizes(platform::File &file, std::uint64_t stbl, std::uint32_t &uniform,
                         std::vector<std::uint32_t> &sizes) {
   constexpr std::size_t kUniform = 12;
   Table table;
-  if (const std::int32_t error = table.load(file, path + ".stsz", kSizesHead, 0)) return error;
+  if (const std::int32_t error = table.load(file, stbl, "stbl.stsz", kSizesHead, 0)) return error;
   uniform = table.word(kUniform);
   if (uniform != 0) return 0;
   if (4 * std::uint64_t{table.count()} > table.size() - kSizesHead) return AUTAG2_EPRS;
@@ -69,12 +70,12 @@ std::int32_t load_sizes(platform::File &file, const std::string &path, std::uint
   return 0;
 }
 
-std::int32_t load_chunks(platform::File &file, const std::string &path, std::vector<std::uint64_t> &chunks) {
+std::int32_t load_chunks(platform::File &file, std::uint64_t stbl, std::vector<std::uint64_t> &chunks) {
   std::uint64_t offset = 0;
-  const bool wide = !find_atom(file, 0, path + ".stco", offset);
+  const bool wide = !find_atom(file, stbl, "stbl.stco", offset);
   Table table;
   const std::size_t words = wide ? 2 : 1;
-  if (const std::int32_t error = table.load(file, path + (wide ? ".co64" : ".stco"), kTableHead, 4 * words))
+  if (const std::int32_t error = table.load(file, stbl, wide ? "stbl.co64" : "stbl.stco", kTableHead, 4 * words))
     return error;
   for (std::uint32_t i = 0; i < table.count(); ++i) {
     const std::uint64_t high = wide ? table.row_word(i, words, 0) : 0;
@@ -85,19 +86,21 @@ std::int32_t load_chunks(platform::File &file, const std::string &path, std::vec
 
 }  // namespace
 
-std::int32_t SampleTable::load(platform::File &file, const std::string &path) {
+std::int32_t SampleTable::load(platform::File &file, std::uint64_t track) {
+  std::uint64_t stbl = 0;
+  if (!find_atom(file, track, "trak.mdia.minf.stbl", stbl)) return AUTAG2_EPRS;
   file_size_ = file.size();
   Table times, runs;
-  if (const std::int32_t error = load_formats(file, path, formats_)) return error;
-  if (const std::int32_t error = times.load(file, path + ".stts", kTableHead, 8)) return error;
+  if (const std::int32_t error = load_formats(file, stbl, formats_)) return error;
+  if (const std::int32_t error = times.load(file, stbl, "stbl.stts", kTableHead, 8)) return error;
   for (std::uint32_t i = 0; i < times.count(); ++i)
     times_.push_back({times.row_word(i, 2, 0), times.row_word(i, 2, 1)});
-  if (const std::int32_t error = runs.load(file, path + ".stsc", kTableHead, 12)) return error;
+  if (const std::int32_t error = runs.load(file, stbl, "stbl.stsc", kTableHead, 12)) return error;
   for (std::uint32_t i = 0; i < runs.count(); ++i) {
     chunk_runs_.push_back({runs.row_word(i, 3, 0), runs.row_word(i, 3, 1), runs.row_word(i, 3, 2)});
   }
-  if (const std::int32_t error = load_sizes(file, path, uniform_size_, sizes_)) return error;
-  return load_chunks(file, path, chunks_);
+  if (const std::int32_t error = load_sizes(file, stbl, uniform_size_, sizes_)) return error;
+  return load_chunks(file, stbl, chunks_);
 }
 
 bool SampleTable::step_time(std::uint32_t &duration) {

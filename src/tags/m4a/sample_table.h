@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "platform/file.h"
@@ -18,8 +17,8 @@ struct Sample {
 
 class SampleTable {
 public:
-  // Reads the tables at a path such as "moov.trak-1.mdia.minf.stbl". 0, "Eprs", or what the system says.
-  std::int32_t load(platform::File &file, const std::string &path);
+  // Reads the tables of the `trak` at that offset. 0, "Eprs", or what the system says.
+  std::int32_t load(platform::File &file, std::uint64_t track);
 
   // Steps to the next sample: false at the end. `error` is "Eprs" when a table ends before the others, or the sample
   // lies outside the file.

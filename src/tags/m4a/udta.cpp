@@ -75,7 +75,7 @@ void add_compilation(Bytes &to, const audict *tag) {
   }
 }
 
-// Stands there without numbers too: players look for it.
+// Stands there without numbers too.
 void add_number_total_atom_if_present(Bytes &to, std::uint32_t name, const audict *tag, const char *key,
                                       const char *total_key) {
   std::uint8_t payload[8] = {};
@@ -96,8 +96,7 @@ void add_cover(Bytes &to, const audict *tag) {
 Bytes create_head() {
   Bytes head;
   append_words(head, {0, four_cc("udta"), 0, four_cc("meta"), 0, 36, four_cc("hdlr"), 0, 0, four_cc("mdir"),
-                      four_cc("appl"), 0, 0, 0, 0 /* and then ilst */});
-  head.resize(kListOffset);
+                      four_cc("appl"), 0, 0, 0});
   append_words(head, {0, four_cc("ilst")});
   return head;
 }
@@ -115,6 +114,7 @@ std::optional<Bytes> autag2_udta_create(const audict *tag) {
   add_number_total_atom_if_present(bytes, kTrackItem, tag, "TrackNum", "TrackTotal");
   add_number_total_atom_if_present(bytes, kDiscItem, tag, "DiscNum", "DiscTotal");
   add_cover(bytes, tag);
+  if (bytes.size() > UINT32_MAX) return std::nullopt;
   put_word(bytes, kListOffset, bytes.size() - kListOffset);
   put_word(bytes, kMetaOffset, bytes.size() - kMetaOffset);
   put_word(bytes, 0, bytes.size());

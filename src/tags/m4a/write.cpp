@@ -1,5 +1,7 @@
 // Replaces the `udta` of a file. `moov` is put together in memory; the rest of the file moves only where it must.
+#include <algorithm>
 #include <array>
+#include <cerrno>
 
 #include "auspool/autag2.h"
 #include "base/byte_order.h"
@@ -46,14 +48,32 @@ std::int32_t remove_child(Moov &moov, std::uint32_t offset) {
   return 0;
 }
 
-std::int32_t replace_tag(Moov &moov, const Bytes &udta) {
-  std::uint32_t offset = 0;
-  while (find_atom_mem(moov.bytes, "moov.free", offset)) {
-    if (const std::int32_t error = remove_child(moov, offset)) return error;
+// Takes out all that find_atom_mem finds as "moov.free", in one pass: there may be many.
+std::int32_t remove_free_children(Moov &moov) {
+  auto &bytes = moov.bytes;
+  const auto start = bytes.begin();
+  std::ptrdiff_t kept = kAtomHeaderBytes, at = kept;
+  const std::ptrdiff_t end = std::ssize(bytes);
+  while (at + std::ptrdiff_t{kAtomHeaderBytes} < end) {
+    const std::ptrdiff_t size = load_be<std::uint32_t>(&start[at]);
+    const bool is_free = load_be<std::uint32_t>(&start[at + 4]) == four_cc("free");
+    if (size < std::ptrdiff_t{kAtomHeaderBytes} || (size >= end - at && !is_free)) break;
+    if (is_free && (size > end - at || kept + end - at - size <= std::ptrdiff_t{kAtomHeaderBytes})) return AUTAG2_EPRS;
+    if (!is_free) kept = std::copy(start + at, start + at + size, start + kept) - start;
+    at += size;
   }
+  bytes.erase(start + kept, start + at);
+  moov.set_size();
+  return 0;
+}
+
+std::int32_t replace_tag(Moov &moov, const Bytes &udta) {
+  if (const std::int32_t error = remove_free_children(moov)) return error;
+  std::uint32_t offset = 0;
   if (find_atom_mem(moov.bytes, "moov.udta", offset)) {
     if (const std::int32_t error = remove_child(moov, offset)) return error;
   }
+  if (udta.size() > UINT32_MAX - moov.bytes.size()) return EFBIG;
   moov.bytes.insert(moov.bytes.end(), udta.begin(), udta.end());
   moov.set_size();
   return 0;

@@ -71,6 +71,44 @@ TEST_F(AttachedChapters, AreShownByFfprobeWithTitlesAndTimes) {
             "0.000000,1.500000,One\n1.500000,3.750000,Zwei \xC3\xA4\n3.750000,6.000000,\xE4\xB8\x89\n");
 }
 
+TEST_F(AttachedChapters, AreShownByMediainfo) {
+  NEED_PROGRAM("mediainfo");
+  add_title(0, 1.5, "One");
+  add_title(1.5, 4.5, "Zwei \xC3\xA4");
+  add_picture(0, 6, jpeg_file(200, 150));
+  const std::string seen = output_of("mediainfo " + quoted(file().path()));
+  const auto shows = [&](const char *line, const char *value) {
+    const std::size_t at = seen.find(std::string("\n") + line + " ");
+    return at != std::string::npos &&
+           seen.substr(at, seen.find('\n', at + 1) - at).ends_with(std::string(": ") + value);
+  };
+  EXPECT_TRUE(shows("00:00:00.000", "One")) << seen;
+  EXPECT_TRUE(shows("00:00:01.500", "Zwei \xC3\xA4")) << seen;
+  EXPECT_TRUE(shows("Width", "200 pixels")) << seen;
+  EXPECT_TRUE(shows("Height", "150 pixels")) << seen;
+}
+
+// A second track of texts is one of chapters to ffprobe, and the last wins.
+TEST_F(AttachedChapters, LinksAreShownByFfprobeByTheirTexts) {
+  add_title(0, 6, "One");
+  add_link(0, 2, "http://example.org/", "site");
+  add_link(2, 4, "http://example.org/2", "other site");
+  EXPECT_EQ(output_of("ffprobe -v error -show_entries chapter=start_time:chapter_tags=title -of csv=p=0 " +
+                      quoted(file().path())),
+            "0.000000,site\n2.000000,other site\n");
+}
+
+TEST_F(AttachedChapters, AreAtomsThatAtomicParsleyKnows) {
+  NEED_PROGRAM("AtomicParsley");
+  add_title(0, 6, "One");
+  add_picture(0, 6, jpeg_file(200, 150));
+  add_link(0, 6, "http://example.org/", "site");
+  const std::string tree = output_of("AtomicParsley " + quoted(file().path()) + " -T");
+  std::size_t tracks = 0;
+  for (std::size_t at = 0; (at = tree.find("Atom trak", at)) != std::string::npos; ++at) ++tracks;
+  EXPECT_EQ(tracks, 4u) << tree;
+}
+
 TEST_F(AttachedChapters, LeaveTheAudioAsItWas) {
   add_title(0, 6, "One");
   const TagFile with = file();

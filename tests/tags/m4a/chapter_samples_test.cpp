@@ -80,6 +80,11 @@ TEST(ChapterTextSample, CutsALinkAt255Bytes) {
   EXPECT_EQ(text_sample_of("t", (longest + "more").c_str()), text_sample("t", link_atom(longest)));
 }
 
+TEST(ChapterTextSample, CutsALinkAtAWholeCharacter) {
+  const std::string fits(254, 'l');
+  EXPECT_EQ(text_sample_of("t", (fits + "\xC3\xA9").c_str()), text_sample("t", link_atom(fits)));
+}
+
 TEST(ChapterTextSample, CapsTheLengthOfATextAndKeepsItsBytes) {
   const std::string text(65540, 't');
   EXPECT_EQ(text_sample_of(text.c_str()), "\xFF\xFF" + text);
@@ -157,6 +162,12 @@ TEST(ChapterPictureSize, StaysAt128WithoutAPictureOfMoreThan1024Pixels) {
   EXPECT_EQ(size_text(array_of(with_picture({'G', 'I', 'F', '8'}))), "128x128");
 }
 
+TEST(ChapterPictureSize, LooksAtPicturesThatCanBeReadAlone) {
+  testing::Bytes claiming = png_file(64, 64);
+  claiming.resize(33);  // the header alone
+  EXPECT_EQ(size_text(array_of(with_picture(claiming), with_picture(png_file(40, 40)))), "40x40");
+}
+
 double duration_at(const Ref &elements, std::size_t index) {
   double duration = -1;
   audict_get_float(audict_at(elements.get(), index), "Autag2ChapterElementDuration", &duration);
@@ -191,6 +202,14 @@ TEST(ChapterPictures, ElementsWithoutOneAreAlike) {
   const Ref merged = merge_images(array_of(with_picture({}, 1), std::move(none), with_picture({1}, 4)).get());
   ASSERT_EQ(audict_count(merged.get()), 2u);
   EXPECT_EQ(duration_at(merged, 0), 3.0);
+}
+
+TEST(ChapterPictures, WithoutADurationAreNotMerged) {
+  Ref none = with_picture({1});
+  audict_remove(none.get(), "Autag2ChapterElementDuration");
+  const Ref merged = merge_images(array_of(with_picture({1}), Ref(audict_copy(none.get())), with_picture({1})).get());
+  ASSERT_EQ(audict_count(merged.get()), 3u);
+  EXPECT_EQ(duration_at(merged, 1), -1.0);
 }
 
 TEST(ChapterPictures, AreMergedInACopy) {

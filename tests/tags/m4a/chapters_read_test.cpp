@@ -4,6 +4,7 @@
 #include "support/m4a_tags.h"
 #include "support/other_programs.h"
 #include "support/tag_file.h"
+#include "support/watch.h"
 
 using namespace auspool::testing;
 
@@ -96,7 +97,10 @@ TEST(M4aChapters, TextThatIsNoUtf8IsEmptyOrLatin1FromTheStart) {
   EXPECT_EQ(shown(read_text_track("tx3g", {{text_sample("\xE9"), 9}}), kContents), "0+0.009 ;");
   const ReadResult latin = read_text_track("text", {{text_sample("\xE9t\xE9"), 9}});
   EXPECT_EQ(latin.error, 0);
-  EXPECT_EQ(audict_count(audict_get(latin.dict.get(), kContents)), 1u);
+  const audict *const title =
+      audict_get(audict_at(audict_get(latin.dict.get(), kContents), 0), "Autag2ChapterElementTitle");
+  ASSERT_NE(title, nullptr);
+  EXPECT_EQ(std::get<std::string>(title->content), std::string("\0\3\xC3\xA9t\xC3\xA9", 7));
 }
 
 TEST(M4aChapters, PicturesComeAsTheyAre) {
@@ -152,6 +156,60 @@ TEST(M4aChapters, SampleThatEndsBeyondTheFileIsAnErrorOfTheFile) {
   };
   const auto last = static_cast<std::uint32_t>(with_offset(0).size() - 1);
   EXPECT_EQ(read_chapters(with_offset(last)).error, AUTAG2_EPRS);
+}
+
+// A track of text whose samples are all the same bytes of the file, over and over.
+std::string repeating_track(std::uint32_t count, std::uint32_t size, bool chunk_each) {
+  std::string offsets = words({0, chunk_each ? count : 1});
+  for (std::uint32_t i = 0; i < (chunk_each ? count : 1); ++i) offsets += be32(kChapterOffset);
+  const std::string tables = atom("stsd", words({0, 1}) + atom("jpeg", std::string(8, '\0'))) +
+                             atom("stts", words({0, 1, count, 10})) + atom("stsz", words({0, size, count})) +
+                             atom("stsc", words({0, 1, 1, chunk_each ? 1 : count, 1})) + atom("stco", offsets);
+  const std::string media = atom("mdhd", words({0, 0, 0, 1000, 0, 0})) +
+                            atom("hdlr", words({0, 0}) + "vide" + std::string(12, '\0')) +
+                            atom("minf", atom("stbl", tables));
+  return atom("trak", atom("tkhd", words({0, 0, 0, 2}) + std::string(64, '\0')) + atom("mdia", media));
+}
+
+TEST(M4aChapters, SamplesUponOneAnotherTakeNoMoreThanTheFile) {
+  const std::string picture(50000, 'p');
+  const TagFile file(chaptered_m4a(picture, audio_track({2}) + repeating_track(1000, 50000, true), 3));
+  EXPECT_EQ(file.chapters().error, AUTAG2_EPRS);
+  long before = bytes_of_new();
+  (void)file.chapters();
+  EXPECT_LT(bytes_of_new() - before, 4 * 60000);
+}
+
+TEST(M4aChapters, ElementsOfAByteEachEndWithTheFile) {
+  constexpr std::uint32_t kBytes = 100000;
+  const std::string samples(kBytes, 'p');
+  const TagFile file(chaptered_m4a(samples, audio_track({2}) + repeating_track(kBytes, 1, false), 3));
+  EXPECT_EQ(file.chapters().error, AUTAG2_EPRS);
+  const long before = bytes_of_new();
+  (void)file.chapters();
+  EXPECT_LT(bytes_of_new() - before, 100l * kBytes);
+}
+
+TEST(M4aChapters, OneSampleMayServeSeveralTimes) {
+  const std::string samples = "picture" + std::string(200, 'f');
+  const ReadResult result = read_chapters(chaptered_m4a(samples, audio_track({2}) + repeating_track(3, 7, true), 3));
+  EXPECT_EQ(result.error, 0);
+}
+
+TEST(M4aChapters, OfManyTracksAreFoundWithoutLookingAtAllOfThemOverAndOver) {
+  std::string tracks;
+  for (int i = 0; i < 100000; ++i) tracks += atom("trak", "");
+  EXPECT_EQ(read_chapters(chaptered_m4a("", tracks, 3)).error, AUTAG2_ESND);
+  EXPECT_EQ(read_chapters(chaptered_m4a("", audio_track({2}) + tracks, 3)).error, AUTAG2_EPRS);
+}
+
+TEST(M4aChapters, ComeFromTheFirst255Tracks) {
+  const std::string track = chapter_track(2, "text", "tx3g", {{text_sample("t"), 9}}, kChapterOffset);
+  for (const int others : {253, 254}) {
+    std::string tracks = audio_track({2});
+    for (int i = 0; i < others; ++i) tracks += atom("trak", "");
+    EXPECT_EQ(read_chapters(chaptered_m4a(text_sample("t"), tracks + track, 3)).error, others == 253 ? 0 : AUTAG2_EPRS);
+  }
 }
 
 TEST(M4aChapters, AreReadFromFilesOfFfmpeg) {
