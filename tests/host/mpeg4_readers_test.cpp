@@ -20,6 +20,10 @@ struct Form {
 constexpr Form kForms[] = {
     {"aac", "", 1024}, {"aac", " --fragmented", 1024}, {"alac", "", 4096}, {"alac", " --fragmented", 4096}};
 
+std::ostream &operator<<(std::ostream &to, const Form &form) {
+  return to << form.codec << form.options;
+}
+
 bool is_fragmented(const Form &form) {
   return *form.options != '\0';
 }
