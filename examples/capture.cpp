@@ -2,6 +2,7 @@
 #include <auspool/auline.h>
 #include <auspool/aurec.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -30,7 +31,7 @@ overwritten.
   --type TYPE      aiff, wave, mp3, aac, alac or flac, as far as this library was built for it (aiff)
   --bits 16|24     of AIFF and WAVE (16)
   --seconds S      ends after so many seconds of audio (none)
-  --device ID      the device to hear, by its number in auspool-devices (the system's default)
+  --device ID      the device to hear, by its uid or number in auspool-devices (the system's default)
   --left N         the device's channel for the left side, from 1 (the device's choice)
   --right N        the same for the right side
   --rate HZ        sets the device's rate (as it is)
@@ -46,7 +47,7 @@ struct Settings {
   AuRecOptionsPCM pcm{};
   AuLineOptions line{};
   double seconds = 0;
-  std::string backend;
+  std::string backend, device;
   bool json = false, help = false;
 };
 
@@ -63,16 +64,16 @@ Settings settings_from(int argc, char **argv) {
   std::vector<std::pair<std::string, int>> types;
   for (const Type &type : kTypes)
     if (aurec_can_output_type(type.type)) types.emplace_back(type.name, static_cast<int>(type.type));
-  const auto rest = example::parse(argc, argv,
-                                   {example::flag("help", s.help), example::text_option("out", s.folder),
-                                    example::choice_option("type", s.type, types),
-                                    example::choice_option("bits", s.pcm.bit_depth, {{"16", 0}, {"24", 1}}),
-                                    example::number_option("seconds", s.seconds, 0.001, 1e9),
-                                    example::number_option("device", s.line.device, 2, AULINE_NO_DEVICE - 1.0),
-                                    example::number_option("left", s.line.left_channel, 1, 1e4),
-                                    example::number_option("right", s.line.right_channel, 1, 1e4),
-                                    example::number_option("rate", s.line.sample_rate, 1000, 1e6),
-                                    example::text_option("backend", s.backend), example::flag("json", s.json)});
+  const auto rest = example::parse(
+      argc, argv,
+      {example::flag("help", s.help), example::text_option("out", s.folder),
+       example::choice_option("type", s.type, types),
+       example::choice_option("bits", s.pcm.bit_depth, {{"16", 0}, {"24", 1}}),
+       example::number_option("seconds", s.seconds, 0.001, 1e9), example::text_option("device", s.device),
+       example::number_option("left", s.line.left_channel, 1, 1e4),
+       example::number_option("right", s.line.right_channel, 1, 1e4),
+       example::number_option("rate", s.line.sample_rate, 1000, 1e6), example::text_option("backend", s.backend),
+       example::flag("json", s.json)});
   if (!rest.empty()) throw example::UsageError("no argument is wanted: " + rest.front());
   return s;
 }
@@ -80,6 +81,8 @@ Settings settings_from(int argc, char **argv) {
 class Capture {
 public:
   explicit Capture(const Settings &settings) : settings_(settings), line_(auline_create(), auline_destroy) {
+    if (settings.folder.string().size() + kNameBytes > AUREC_PATH_BYTES)
+      throw example::UsageError("the folder's path is too long");
     fs::create_directories(settings.folder);
     make_recorder();
     if (!line_) throw std::bad_alloc();
@@ -98,6 +101,7 @@ public:
   }
 
 private:
+  static constexpr std::size_t kNameBytes = 32;  // of a file, with all that is around it
   static constexpr std::chrono::milliseconds kLook{5};
   static constexpr std::chrono::seconds kPatience{5};
 
@@ -152,7 +156,7 @@ private:
   void *name_next(char *path) {
     const std::string extension = std::ranges::find(kTypes, settings_.type, &Type::type)->extension;
     for (;;) {
-      char name[32];
+      char name[kNameBytes - 8];
       snprintf(name, sizeof name, "capture-%03d.", ++number_);
       const std::string next = (settings_.folder / (name + extension)).string();
       if (fs::exists(next)) continue;
@@ -200,10 +204,11 @@ private:
 
 int main(int argc, char **argv) {
   return example::guarded("auspool-capture", [&] {
-    const Settings settings = settings_from(argc, argv);
+    Settings settings = settings_from(argc, argv);
     if (settings.help) return std::puts(kHelp) < 0 ? 1 : 0;
     if (settings.backend == "help") return example::print_backends();
     example::choose_backend(settings.backend);
+    settings.line.device = example::find_device(settings.device);
     return Capture(settings).run();
   });
 }

@@ -1,6 +1,4 @@
 // Sends an audio file as packets over the loopback network, and receives such packets with the packet player.
-#include <auspool/auplayer.h>
-
 #include <cstdio>
 
 #include "common/command_line.h"
@@ -21,7 +19,7 @@ receive    plays the packets of one sender on a sound device or into a WAVE file
            what the packet player does: its state, how far the audio is off its timestamps, and by how much it corrects
            the rate
   --out FILE         plays into this file
-  --device ID        plays on the device of this number in auspool-devices (the system's default)
+  --device ID        plays on the device of this uid or number in auspool-devices (the system's default)
   --backend NAME     that reaches the device; help lists them
   --block FRAMES     how much the output asks for at a time, 16 to 4096 (512)
   --rate HZ          of the file, 4000 to 192000 (that of the packets)
@@ -47,22 +45,23 @@ int run(int argc, char **argv) {
   packets::SendSettings send;
   packets::ReceiveSettings receive;
   bool help = false;
-  std::string backend;
+  std::string backend, device;
   int port = send.port;
-  const auto words = example::parse(
-      argc, argv,
-      {example::flag("help", help), example::text_option("out", receive.out),
-       number_option("device", receive.device, 2, AUPLAYER_NO_DEVICE - 1.0), example::text_option("backend", backend),
-       number_option("port", port, 0, 65535), number_option("block", receive.block, 16, 4096),
-       number_option("rate", receive.rate, 4000, 192000), number_option("wait", receive.wait, 0, 86400),
-       example::flag("json", receive.json), number_option("packet", send.frames, 16, 4096),
-       number_option("lead", send.lead, 0, 10000), number_option("jitter", send.jitter, 0, 10000),
-       number_option("loss", send.loss, 0, 100), number_option("reorder", send.reordering, 0, 100),
-       number_option("drift", send.drift, -50000, 50000), number_option("seed", send.seed, 0, 1e9)});
+  const auto words =
+      example::parse(argc, argv,
+                     {example::flag("help", help), example::text_option("out", receive.out),
+                      example::text_option("device", device), example::text_option("backend", backend),
+                      number_option("port", port, 0, 65535), number_option("block", receive.block, 16, 4096),
+                      number_option("rate", receive.rate, 4000, 192000), number_option("wait", receive.wait, 0, 86400),
+                      example::flag("json", receive.json), number_option("packet", send.frames, 16, 4096),
+                      number_option("lead", send.lead, 0, 10000), number_option("jitter", send.jitter, 0, 10000),
+                      number_option("loss", send.loss, 0, 100), number_option("reorder", send.reordering, 0, 100),
+                      number_option("drift", send.drift, -50000, 50000), number_option("seed", send.seed, 0, 1e9)});
   if (help) return std::puts(kHelp) < 0;
   if (backend == "help") return example::print_backends();
   example::choose_backend(backend);
   send.port = receive.port = port;
+  receive.device = example::find_device(device);
   if (words.size() == 1 && words[0] == "receive") return packets::receive(receive);
   if (words.size() == 2 && words[0] == "send") {
     send.file = words[1];

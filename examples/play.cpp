@@ -24,7 +24,7 @@ const char *const kHelp = R"(usage: auspool-play FILE... [OPTION]...
 Plays audio files, whatever libsndfile reads, one after another. Mono goes to both sides; of more than two channels the
 first two are taken. Follows the system's default device, unless one is chosen, and its changes.
 
-  --device ID      the device to play on, by its number in auspool-devices (the system's default)
+  --device ID      the device to play on, by its uid or number in auspool-devices (the system's default)
   --gain DB        louder or softer, -100 to 20 (0)
   --left N         the device's channel for the left side, from 1 (the device's choice)
   --right N        the same for the right side
@@ -38,7 +38,7 @@ struct Settings {
   std::vector<std::string> files;
   AuPlayerOptions options{};
   double gain = 0;
-  std::string backend;
+  std::string backend, device;
   bool json = false, help = false;
 };
 
@@ -46,7 +46,7 @@ Settings settings_from(int argc, char **argv) {
   Settings s;
   s.files = example::parse(
       argc, argv,
-      {example::flag("help", s.help), example::number_option("device", s.options.device, 2, AUPLAYER_NO_DEVICE - 1.0),
+      {example::flag("help", s.help), example::text_option("device", s.device),
        example::number_option("gain", s.gain, -100, 20), example::number_option("left", s.options.left_channel, 1, 1e4),
        example::number_option("right", s.options.right_channel, 1, 1e4),
        example::number_option("buffer", s.options.io_buffer_frames, 1, 4096),
@@ -168,10 +168,11 @@ int run(const Settings &settings) {
 
 int main(int argc, char **argv) {
   return example::guarded("auspool-play", [&] {
-    const Settings settings = settings_from(argc, argv);
+    Settings settings = settings_from(argc, argv);
     if (settings.help) return std::puts(kHelp) < 0 ? 1 : 0;
     if (settings.backend == "help") return example::print_backends();
     example::choose_backend(settings.backend);
+    settings.options.device = example::find_device(settings.device);
     return run(settings);
   });
 }

@@ -54,4 +54,14 @@ inline std::string device_name(std::uint32_t id) {
   return "device " + std::to_string(id);
 }
 
+// A device by its number or its uid, which alone is the same in another process; an empty text is 0, the default.
+inline std::uint32_t find_device(const std::string &wanted) {
+  if (wanted.empty()) return 0;
+  if (wanted.find_first_not_of("0123456789") == std::string::npos)
+    return static_cast<std::uint32_t>(number(wanted, 2, 0xFFFFFFFDu));
+  for (const audevice_info &device : devices())
+    if (wanted == device.uid) return device.id;
+  throw UsageError("there is no device " + wanted);
+}
+
 }  // namespace example

@@ -35,7 +35,7 @@ typedef struct auclock auclock;
 /* The host's time in seconds since an arbitrary start; never steps back. The first call reads the clock's ratio. */
 AUSPOOL_API double au_now(void);
 
-/* The timebase that all share, made on first use and never released. Null only if there was no memory for it. */
+/* The timebase that all share, made on first use and never released. Never null. */
 AUSPOOL_API autimebase *autimebase_get_shared(void);
 
 /* A timebase of the caller's own, released with autimebase_destroy; null if there is no memory. */

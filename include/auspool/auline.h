@@ -73,7 +73,8 @@ AUSPOOL_API void auline_set_options(auline *line, const AuLineOptions *options);
  *    0  started
  *   -1  no callback, or the device's format is not linear PCM
  *   otherwise the status of what failed (auspool/types.h): reading the default input, reading or setting the format,
- *   starting the device or the timer; AUDEVICE_BAD_VALUE without a device for a rate or buffer that cannot be
+ *   starting the device or the timer; AUDEVICE_BAD_VALUE without a device for a rate outside of 1 to
+ *   10000000 or more than 1048576 frames
  * After a failure the line is stopped. What was set of the device before it failed stays set. */
 AUSPOOL_API int32_t auline_start(auline *line, auline_callback callback, void *context);
 /* Stops. Afterwards the callback is not running and will not run. */

@@ -37,12 +37,12 @@
  *
  * Threads
  * - Any thread may call any function but create and destroy at any time, save that one thread at a time plays: the ring
- *   has one writer. Start, stop, set_options and set_audio_callback may wait for the device, for some milliseconds as
+ *   has one writer. Start, stop and set_audio_callback may wait for the device, for some milliseconds as
  *   a rule.
  * - The IO thread takes no lock, allocates nothing and makes no system call, with one exception: the pass at which the
  *   rate of the audio or of the device has changed builds a new resampler (`auplayer2`; `auplayer` has none to build).
- * - An audio callback runs on the IO thread and must be fit for it. Of the player it may ask for state and position,
- * and set the gain or play_done; it must not start, stop or destroy it.
+ * - An audio callback runs on the IO thread and must be fit for it. Of the player it may ask for state, position and
+ *   options, and set the gain, the options or play_done; it must not start, stop or destroy it, or change the callback.
  */
 #ifndef AUSPOOL_AUPLAYER_H
 #define AUSPOOL_AUPLAYER_H

@@ -13,12 +13,6 @@ using namespace auspool::platform;
 
 namespace {
 
-// A property that cannot be read leaves what there was.
-template <typename T>
-void read_into(AudioDevices &devices, ObjectId id, const PropertyAddress &address, T *value) {
-  devices.get(id, address, value);
-}
-
 // Text is cut to the room at a whole character.
 void read_text(AudioDevices &devices, ObjectId id, const PropertyAddress &address, char (&text)[AUDEVICE_NAME_BYTES]) {
   std::uint32_t bytes = sizeof text;
@@ -30,16 +24,17 @@ void read_text(AudioDevices &devices, ObjectId id, const PropertyAddress &addres
   std::fill(text + bytes, std::end(text), '\0');
 }
 
+// A property that cannot be read leaves what there was.
 audevice_info describe(AudioDevices &devices, ObjectId id) {
   audevice_info info = {};
   info.id = id;
-  read_into(devices, id, channel_count(kInput), &info.input_channels);
-  read_into(devices, id, channel_count(kOutput), &info.output_channels);
-  read_into(devices, id, kNominalRate, &info.rate);
-  read_into(devices, id, kBufferFrames, &info.buffer_frames);
+  devices.get(id, channel_count(kInput), &info.input_channels);
+  devices.get(id, channel_count(kOutput), &info.output_channels);
+  devices.get(id, kNominalRate, &info.rate);
+  devices.get(id, kBufferFrames, &info.buffer_frames);
   ObjectId input = 0, output = 0;
-  read_into(devices, kSystemObject, kDefaultInput, &input);
-  read_into(devices, kSystemObject, kDefaultOutput, &output);
+  devices.get(kSystemObject, kDefaultInput, &input);
+  devices.get(kSystemObject, kDefaultOutput, &output);
   info.is_default_input = id == input;
   info.is_default_output = id == output;
   read_text(devices, id, kName, info.name);

@@ -49,15 +49,7 @@ std::int32_t auline::start_device() {
     working_left = pair[0];
     working_right = pair[1];
   }
-  if (const DeviceStatus status = devices.create_io_proc(device, device_io_proc, this, &io_proc_id)) {
-    io_proc_id = 0;
-    return status;
-  }
-  if (const DeviceStatus status = devices.start(device, io_proc_id)) {
-    devices.destroy_io_proc(device, io_proc_id);
-    io_proc_id = 0;
-    return status;
-  }
+  if (const DeviceStatus status = start_io(devices, device, device_io_proc, this, &io_proc_id)) return status;
   active = 1;
   devices.add_listener(device, kFormat, device_property_proc, this);
   read_rate();  // it may have changed before it was listened to

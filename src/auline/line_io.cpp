@@ -24,7 +24,7 @@ DeviceStatus auline::device_io_proc(ObjectId, const TimeStamp *, const BufferLis
 
 // Channels that lie by themselves are handed on where they are, others are copied.
 void auline::line_io_proc(const BufferList *buffers) {
-  ChannelDescriptor channels[2];
+  ChannelDescriptor channels[2] = {};
   const std::uint32_t frames =
       check_buffer_info_cache(working_left, working_right, buffers, channels, buffer_info_cache);
   if (frames == 0) return;

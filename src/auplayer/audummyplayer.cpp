@@ -33,8 +33,7 @@ struct DummyPlayer {
   bool start(std::uint32_t buffer_frames) {
     if (device == kNoDevice) return true;
     try_buffer_frames(devices, device, buffer_frames);
-    if (devices.create_io_proc(device, play_nothing, nullptr, &io_proc_id) != 0) io_proc_id = 0;
-    return io_proc_id != 0 && devices.start(device, io_proc_id) == 0;
+    return start_io(devices, device, play_nothing, nullptr, &io_proc_id) == 0;
   }
 
   AudioDevices devices;

@@ -1,4 +1,4 @@
-// What players and lines ask of a device before they start it.
+// What players and lines ask of a device before they start it, and the start.
 #pragma once
 
 #include "platform/audio_device.h"
@@ -12,5 +12,26 @@ void try_buffer_frames(platform::AudioDevices &devices, platform::ObjectId devic
 // The device's preferred channels in this direction, from 1. Whether it has two.
 bool read_stereo_pair(platform::AudioDevices &devices, platform::ObjectId device, std::uint32_t scope,
                       std::uint32_t (&pair)[2]);
+
+// Makes an IO proc and starts it; `before` is called in between. After a failure there is none, and *id is 0.
+template <typename Before>
+platform::DeviceStatus start_io(platform::AudioDevices &devices, platform::ObjectId device, platform::IoProc proc,
+                                void *client, platform::IoProcId *id, const Before &before) {
+  if (const platform::DeviceStatus status = devices.create_io_proc(device, proc, client, id)) {
+    *id = 0;
+    return status;
+  }
+  before();
+  const platform::DeviceStatus status = devices.start(device, *id);
+  if (status != 0) {
+    devices.destroy_io_proc(device, *id);
+    *id = 0;
+  }
+  return status;
+}
+inline platform::DeviceStatus start_io(platform::AudioDevices &devices, platform::ObjectId device,
+                                       platform::IoProc proc, void *client, platform::IoProcId *id) {
+  return start_io(devices, device, proc, client, id, [] {});
+}
 
 }  // namespace auspool

@@ -17,7 +17,7 @@ namespace {
 constexpr std::uint64_t kDefaultRingBytes = 262144;
 constexpr float kDefaultRate = 44100.0f;
 
-// A hair under 1, so that a device's own volume control is never mistaken for untouched.
+// A hair under 1, exactly this one.
 constexpr float kDuckLevel = std::bit_cast<float>(0x3F7FFFEFu);
 
 }  // namespace
@@ -39,13 +39,13 @@ void Player::stop_listening() {
 }
 
 void Player::set_options(const AuPlayerOptions &value) {
-  const std::lock_guard hold(control);
+  const std::lock_guard hold(options_lock);
   options = value;
   if (value.left_channel < 0 || value.right_channel < 0) options.left_channel = options.right_channel = 0;
 }
 
 AuPlayerOptions Player::read_options() const {
-  const std::lock_guard hold(control);
+  const std::lock_guard hold(options_lock);
   return options;
 }
 
@@ -62,7 +62,8 @@ std::int32_t Player::start() {
   play_position.store(0.0, std::memory_order_relaxed);
   source_rate = kDefaultRate;
   device_rate = kDefaultRate;
-  const std::uint64_t bytes = options.ring_frames != 0 ? options.ring_frames * std::uint64_t{4} : kDefaultRingBytes;
+  const std::uint64_t frames = read_options().ring_frames;
+  const std::uint64_t bytes = frames != 0 ? frames * 4 : kDefaultRingBytes;
   if (const std::int32_t status = set_ring_bytes(has_audio_callback() ? 0 : bytes)) return status;
   if (const DeviceStatus status = start_audio_io_held()) {
     set_ring_bytes(0);
@@ -99,40 +100,35 @@ void Player::tear_down_held() {
 DeviceStatus Player::start_audio_io_held() {
   reset_resampler();
   current_device = 0;
-  ObjectId device = options.device;
+  const AuPlayerOptions wanted = read_options();
+  ObjectId device = wanted.device;
   if (device == 0) {
     const DeviceStatus status = devices.get(platform::kSystemObject, platform::kDefaultOutput, &device);
     if (status != 0) return status;
     if (device == 0) return AUPLAYER_NO_DEFAULT_DEVICE;
   }
-  out_left_channel = static_cast<std::uint32_t>(options.left_channel);
-  out_right_channel = static_cast<std::uint32_t>(options.right_channel);
+  out_left_channel = static_cast<std::uint32_t>(wanted.left_channel);
+  out_right_channel = static_cast<std::uint32_t>(wanted.right_channel);
   if (device != platform::kNoDevice) {
-    if (const DeviceStatus status = start_device_held(device)) return status;
+    if (const DeviceStatus status = start_device_held(device, wanted.io_buffer_frames)) return status;
   }
   current_device = device;
   if (device != platform::kNoDevice) read_device_rate(device);  // it may have changed before it was listened to
   return 0;
 }
 
-DeviceStatus Player::start_device_held(ObjectId device) {
+DeviceStatus Player::start_device_held(ObjectId device, std::uint32_t buffer_frames) {
   read_device_rate(device);
-  try_buffer_frames(devices, device, options.io_buffer_frames);
+  try_buffer_frames(devices, device, buffer_frames);
   if (std::uint32_t pair[2];
       (out_left_channel == 0 || out_right_channel == 0) && read_stereo_pair(devices, device, platform::kOutput, pair)) {
     if (out_left_channel == 0) out_left_channel = pair[0];
     if (out_right_channel == 0) out_right_channel = pair[1];
   }
-  if (const DeviceStatus status = devices.create_io_proc(device, device_io_proc, this, &io_proc_id)) {
-    io_proc_id = 0;
-    return status;
-  }
-  if (devices.can_duck()) devices.duck(device, kDuckLevel, 0.0f);
-  if (const DeviceStatus status = devices.start(device, io_proc_id)) {
-    devices.destroy_io_proc(device, io_proc_id);
-    io_proc_id = 0;
-    return status;
-  }
+  const auto duck = [&] {
+    if (devices.can_duck()) devices.duck(device, kDuckLevel, 0.0f);
+  };
+  if (const DeviceStatus status = start_io(devices, device, device_io_proc, this, &io_proc_id, duck)) return status;
   devices.add_listener(device, platform::kNominalRate, device_listener_proc, this);
   return 0;
 }
@@ -152,7 +148,8 @@ void Player::read_device_rate(ObjectId device) {
 // tries again.
 void Player::restart_on_default_device() {
   const std::lock_guard hold(control);
-  if (options.ignore_default_device_changes != 0 || !active || options.device != 0) return;
+  const AuPlayerOptions wanted = read_options();
+  if (wanted.ignore_default_device_changes != 0 || !active || wanted.device != 0) return;
   tear_down_held();
   start_audio_io_held();
 }

@@ -5,7 +5,8 @@
 //
 // `control` is held by whatever starts, stops or restarts IO: the host, or the listener thread when the default device
 // changes. The IO thread and device_listener_proc never take it, for who holds it waits for them. `lock` is held only
-// around the writing into the ring and its resizing, so that a host's play never waits for a device. `rate_lock` is
+// around the writing into the ring and its resizing, so that a host's play never waits for a device. `options_lock`
+// guards the options alone, so that an audio callback may ask for them while somebody stops the player. `rate_lock` is
 // held from a look at the device's rate until it is stored: of two threads that look at once, none then stores the
 // older.
 #pragma once
@@ -65,7 +66,8 @@ public:
   Relaxed<float> source_rate = 44100.0f;
   Relaxed<float> device_rate = 44100.0f;
   Relaxed<std::uint32_t> active = 0;
-  mutable std::mutex control;
+  std::mutex control;
+  mutable std::mutex options_lock;
   std::mutex lock, rate_lock;
   std::unique_ptr<rbuffer2, decltype(&rbuffer2_destroy)> ring{nullptr, rbuffer2_destroy};
   std::uint32_t out_left_channel = 0, out_right_channel = 0;
@@ -107,7 +109,7 @@ private:
   // Of these, those whose names end in _held are called with `control` held.
   void stop_held();
   platform::DeviceStatus start_audio_io_held();
-  platform::DeviceStatus start_device_held(platform::ObjectId device);
+  platform::DeviceStatus start_device_held(platform::ObjectId device, std::uint32_t buffer_frames);
   void tear_down_held();
   void restart_on_default_device();
   std::int32_t set_ring_bytes(std::uint64_t bytes);

@@ -48,7 +48,7 @@ void Player::smooth_latency(float measure) {
 
 void Player::player_io_proc(platform::BufferList *output, float latency_measure) {
   smooth_latency(latency_measure);
-  ChannelDescriptor channels[2];
+  ChannelDescriptor channels[2] = {};
   const std::uint32_t frames =
       check_buffer_info_cache(out_left_channel, out_right_channel, output, channels, buffer_info_cache);
   if (frames != 0) pass(channels, frames);

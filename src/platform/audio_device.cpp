@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "platform/audio_device/backends.h"
-#include "platform/idle_sleep.h"
+#include "platform/audio_device/wakefulness.h"
 
 namespace auspool::platform {
 namespace {
@@ -39,41 +39,6 @@ struct Layer {
   const BackendEntry *chosen = default_entry();
   std::unique_ptr<AudioBackend> backend;  // open while there are uses
   std::size_t uses = 0;
-};
-
-// Keeps the computer awake while procs run, unless sleep is allowed.
-class Wakefulness {
-public:
-  void proc_started() {
-    change([this] { ++running_; });
-  }
-  void procs_stopped(std::size_t count) {
-    change([this, count] { running_ -= count; });
-  }
-  void set_allowed(std::uint32_t allowed) {
-    change([this, allowed] { allowed_ = allowed; });
-  }
-  std::uint32_t allowed() {
-    const std::lock_guard lock(mutex_);
-    return allowed_;
-  }
-
-private:
-  template <typename Change>
-  void change(const Change &change) {
-    const std::lock_guard lock(mutex_);
-    change();
-    if (running_ != 0 && allowed_ == 0) {
-      inhibitor_.hold();
-    } else {
-      inhibitor_.release();
-    }
-  }
-
-  std::mutex mutex_;
-  std::size_t running_ = 0;
-  std::uint32_t allowed_ = 0;
-  IdleSleepInhibitor inhibitor_;
 };
 
 // One for the process, never destroyed: a host that ends with players alive ends with their threads running.
@@ -116,7 +81,7 @@ void close_backend() {
 AudioDevices::AudioDevices() : backend_(open_backend()) {}
 
 AudioDevices::~AudioDevices() {
-  wakefulness().procs_stopped(running_);
+  wakefulness().have_ended([this](const RunningProc &proc) { return proc.user == this; });
   close_backend();
 }
 
@@ -169,21 +134,23 @@ DeviceStatus AudioDevices::destroy_io_proc(ObjectId device, IoProcId id) {
   return backend_.destroy_io_proc(device, id);
 }
 
-DeviceStatus AudioDevices::start(ObjectId device, IoProcId id) {
+DeviceStatus AudioDevices::start(ObjectId device, IoProcId id) try {
+  const RunningProc proc = {this, device, id};
+  const bool is_new = wakefulness().will_start(proc);
   const DeviceStatus status = backend_.start(device, id);
   if (status == 0) {
-    ++running_;
-    wakefulness().proc_started();
+    wakefulness().has_started();
+  } else if (is_new) {
+    wakefulness().has_ended(proc);
   }
   return status;
+} catch (const std::bad_alloc &) {
+  return AUDEVICE_NO_MEMORY;
 }
 
 DeviceStatus AudioDevices::stop(ObjectId device, IoProcId id) {
   // Whatever comes of it, the proc that was started here runs no more.
-  if (running_ != 0) {
-    --running_;
-    wakefulness().procs_stopped(1);
-  }
+  wakefulness().has_ended({this, device, id});
   return backend_.stop(device, id);
 }
 
@@ -193,6 +160,10 @@ bool AudioDevices::can_duck() const {
 
 DeviceStatus AudioDevices::duck(ObjectId device, float level, float ramp_seconds) {
   return backend_.duck(device, level, ramp_seconds);
+}
+
+void device_went(ObjectId device) {
+  wakefulness().have_ended([device](const RunningProc &proc) { return proc.device == device; });
 }
 
 void set_sleep_allowed(std::uint32_t allowed) {

@@ -1,8 +1,8 @@
 // Sound devices as objects with properties: what players and lines see of any sound system.
 //
 // There is one system object and any number of devices. Everything that can be asked or set is a property, found by a
-// selector, a scope and an element; listeners are called when one changes; IO procs move the audio. A backend, one file
-// in audio_device/, gives all this for one sound system. AudioDevices is the way in: it holds the chosen backend open.
+// selector, a scope and an element; listeners are called when one changes; IO procs move the audio. A backend, in
+// audio_device/, gives all this for one sound system. AudioDevices is the way in: it holds the chosen backend open.
 //
 // Properties. Values are plain memory in the processor's byte order.
 //   object  selector                scope    value
@@ -42,7 +42,6 @@
 // devices are new ones when it is back.
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -139,9 +138,9 @@ static_assert(sizeof(BufferListOf<3>) == 8 + 3 * 16);
 inline constexpr std::uint32_t kMostCycleFrames = 8192;
 
 // Moves one cycle of audio, on the real-time thread. `input` or `output` is null for a direction that the device has
-// not. Output buffers are zeroed, and every proc of a device has its own: what they leave there is mixed. The lists and
-// their data stay where they are while nothing changes. `input_time` is when the first input frame was picked up,
-// `output_time` when the first output frame will be heard, by what the system knows of its latency. Gives 0.
+// not. Every proc of a device has its own buffers. Output buffers are zeroed, and what is left there is mixed. The
+// lists and their data stay where they are while nothing changes. `input_time` is when the first input frame was picked
+// up, `output_time` when the first output frame will be heard, by what the system knows of its latency. Gives 0.
 using IoProc = DeviceStatus (*)(ObjectId device, const TimeStamp *now, const BufferList *input,
                                 const TimeStamp *input_time, BufferList *output, const TimeStamp *output_time,
                                 void *client);
@@ -223,7 +222,6 @@ public:
 
 private:
   AudioBackend &backend_;
-  std::atomic<std::size_t> running_ = 0;  // procs that were started here
 };
 
 // "slep" of the system object, for those without an AudioDevices.

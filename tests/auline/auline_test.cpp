@@ -142,18 +142,13 @@ TEST_F(Line, HearsTheDeviceOfTheOptions) {
 }
 
 TEST_F(Line, PointsStraightIntoPlanes) {
-  const std::uint32_t id = add_input(kPlanar);
-  const void *planes[2] = {};
-  const auto fill = devices.on_input;
-  devices.on_input = [&](std::span<const ausim_buffer> buffers, std::uint32_t frames) {
-    fill(buffers, frames);
-    planes[0] = buffers[0].data;
-    planes[1] = buffers[1].data;
-  };
+  add_input(kPlanar);
   start();
-  ausim_run(devices, id, 1);
-  EXPECT_EQ(pair.left, planes[0]);
-  EXPECT_EQ(pair.right, planes[1]);
+  Samples planes[2] = {channel(1), channel(2)};
+  const platform::BufferListOf<2> list = {{2, 0}, {{1, 2048, planes[0].data()}, {1, 2048, planes[1].data()}}};
+  line->line_io_proc(&list.list);
+  EXPECT_EQ(pair.left, planes[0].data());
+  EXPECT_EQ(pair.right, planes[1].data());
   EXPECT_EQ(right, channel(2));
 }
 
@@ -228,8 +223,11 @@ TEST_F(Line, HandsOnACycleOf8192FramesWhole) {
   EXPECT_EQ(counts, (std::vector<int>{8192}));
 }
 
-TEST_F(Line, WhatTheCallbackLeavesStaysWithIt) {
-  const std::uint32_t id = add_input(kInterleaved);
+class LineBeside : public Line, public ::testing::WithParamInterface<std::vector<std::uint32_t>> {};
+
+TEST_P(LineBeside, WhatTheCallbackLeavesStaysWithIt) {
+  const std::vector<std::uint32_t> buffers = GetParam();
+  const std::uint32_t id = add_input(buffers);
   const auto spoil = [](void *self, const au_channel_pair *channels, std::int32_t frames, float) {
     std::fill_n(channels->left, frames, 9.0f);
     ++static_cast<Line *>(self)->calls;
@@ -242,6 +240,9 @@ TEST_F(Line, WhatTheCallbackLeavesStaysWithIt) {
   EXPECT_EQ(calls, 2);
   auline_destroy(other);
 }
+
+INSTANTIATE_TEST_SUITE_P(Buffers, LineBeside,
+                         ::testing::Values(std::vector<std::uint32_t>{2}, std::vector<std::uint32_t>{1, 1}));
 
 TEST_F(Line, WithoutInputChannelsHearsNothing) {
   const std::uint32_t id = devices.add_default_input(output_device(kInterleaved));

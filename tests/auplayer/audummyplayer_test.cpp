@@ -98,7 +98,9 @@ TYPED_TEST(DummyPlayer, AFailureUndoesWhatWasDone) {
   this->devices.fail(AUSIM_START, "", -1);
   this->devices.take_operations();
   EXPECT_EQ(TypeParam::run(0, 0), nullptr);
-  EXPECT_EQ(this->devices.take_operations().back().kind, AUSIM_DESTROY_IO);
+  std::vector<std::int32_t> kinds;
+  for (const DeviceOperation &operation : this->devices.take_operations()) kinds.push_back(operation.kind);
+  EXPECT_EQ(kinds, (std::vector<std::int32_t>{AUSIM_GET, AUSIM_CREATE_IO, AUSIM_START, AUSIM_DESTROY_IO}));
 }
 
 TYPED_TEST(DummyPlayer, AsksForABufferSizeUpTo4096) {

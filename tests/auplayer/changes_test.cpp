@@ -136,6 +136,25 @@ TYPED_TEST(PlayerChanges, AChangeToNoDeviceOptionCountsForTheNextChange) {
   EXPECT_EQ(TypeParam::device(this->player), this->first);
 }
 
+TYPED_TEST(PlayerChanges, ACallbackMayAskForTheOptionsWhileItIsStopped) {
+  std::atomic<bool> called = false, stopping = false;
+  const PullCallback callback = [&](float *, int, double) {
+    if (called.exchange(true)) return;
+    while (!stopping) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // until the stop waits for this
+    TypeParam::options(this->player);
+  };
+  TypeParam::set_callback(this->player, &callback);
+  ausim_set_realtime(this->devices, 1);
+  this->start();
+  while (!called) std::this_thread::yield();
+  stopping = true;
+  TypeParam::stop(this->player);
+  EXPECT_EQ(TypeParam::is_active(this->player), 0u);
+  ausim_set_realtime(this->devices, 0);
+  TypeParam::set_callback(this->player, nullptr);
+}
+
 // Otherwise the one that looked first might be the last to store what it saw.
 TYPED_TEST(PlayerChanges, OneThreadAtATimeLooksAtTheRate) {
   this->start();

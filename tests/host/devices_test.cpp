@@ -114,6 +114,15 @@ TEST(PlayProgram, TakesAsLongAsAFileOfAHighRate) {
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900)) << "some was not played";
 }
 
+TEST(PlayProgram, TakesADeviceByItsUid) {
+  const TempDir dir;
+  write_source(dir.file("a.wav"), 48000, 2, Samples(2000));
+  const ProgramResult result = run(std::string(AUSPOOL_PLAY) + " " + quoted(dir.file("a.wav")) + kSimulated +
+                                   "--json --device 'Simulated output'");
+  ASSERT_EQ(result.status, 0) << result.errors;
+  EXPECT_EQ(lines_of(result.output).at(0)["device"], "Simulated output");
+}
+
 TEST(PlayProgram, SaysWhatIsWrong) {
   const TempDir dir;
   ProgramResult result = run(std::string(AUSPOOL_PLAY) + " " + quoted(dir.file("none.wav")) + kSimulated);
@@ -123,6 +132,9 @@ TEST(PlayProgram, SaysWhatIsWrong) {
   result = run(std::string(AUSPOOL_PLAY) + " " + quoted(dir.file("a.wav")) + kSimulated + "--device 99");
   EXPECT_EQ(result.status, 1);
   EXPECT_NE(result.errors.find("the device does not start (!obj)"), std::string::npos) << result.errors;
+  result = run(std::string(AUSPOOL_PLAY) + " " + quoted(dir.file("a.wav")) + kSimulated + "--device nowhere");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_NE(result.errors.find("there is no device nowhere"), std::string::npos) << result.errors;
 }
 
 // ---- auspool-capture ----

@@ -4,7 +4,9 @@
 
 #include <optional>
 
+#include "platform/audio_device/simulated.h"
 #include "support/simulated_devices.h"
+#include "support/sound_server.h"
 #include "support/watch.h"
 
 namespace auspool::platform {
@@ -391,6 +393,61 @@ TEST(SimulatedScript, IsTheOnlyOne) {
   const SimulatedDevices devices;
   EXPECT_EQ(ausim_create(), nullptr);
   ausim_destroy(nullptr);
+}
+
+// The listener is called while the devices that were there make way.
+TEST(SimulatedScript, IsTheOnlyOneFromTheMomentWhenItBegins) {
+  ASSERT_EQ(choose_audio_backend("simulated"), 0);
+  {
+    AudioDevices user;
+    bool heard = false;
+    const auto listener = [](ObjectId, std::uint32_t, const PropertyAddress *, void *told) -> DeviceStatus {
+      *static_cast<bool *>(told) = true;
+      ausim *const second = ausim_create();
+      EXPECT_EQ(second, nullptr);
+      ausim_destroy(second);
+      return 0;
+    };
+    ASSERT_EQ(user.add_listener(kSystemObject, kDevices, listener, &heard), 0);
+    ausim *const first = ausim_create();
+    EXPECT_NE(first, nullptr);
+    EXPECT_TRUE(heard);
+    user.remove_listener(kSystemObject, kDevices, listener, &heard);
+    ausim_destroy(first);
+  }
+  EXPECT_EQ(choose_audio_backend(nullptr), 0);
+}
+
+// For those who use the backend without one.
+TEST(SimulatedScript, ThatCannotBeginLeavesTheClockRunning) {
+  ASSERT_EQ(choose_audio_backend("simulated"), 0);
+  {
+    AudioDevices user;
+    auto &backend = dynamic_cast<SimulatedBackend &>(user.backend());
+    bool failed = true;
+    for (int nth = 1; failed; ++nth) {
+      const auto failer = std::make_optional<auspool::testing::AllocationFailer>(nth);
+      ausim *const sim = ausim_create();
+      failed = failer->failed();
+      EXPECT_EQ(sim == nullptr, failed);
+      if (!sim) {
+        const std::uint64_t before = backend.time();
+        EXPECT_TRUE(auspool::testing::eventually([&] { return backend.time() > before; }));
+      }
+      ausim_destroy(sim);
+    }
+  }
+  EXPECT_EQ(choose_audio_backend(nullptr), 0);
+}
+
+TEST(SimulatedScript, GivesNoNumberOfADeviceTwice) {
+  std::uint32_t first = 0;
+  {
+    SimulatedDevices devices;
+    first = devices.add(output_device(kInterleaved));
+  }
+  SimulatedDevices devices;
+  EXPECT_GT(devices.add(output_device(kInterleaved)), first);
 }
 
 TEST(SimulatedScript, NeedsItsBackendToBeChosen) {

@@ -95,5 +95,30 @@ TEST_F(IdleSleep, IsInhibitedWhileAudioRunsUnlessItIsAllowed) {
   auplayer2_destroy(first);
 }
 
+TEST_F(IdleSleep, IsAllowedWhenTheDeviceOfWhatRunsIsGone) {
+  auspool::testing::SimulatedDevices devices;
+  const std::uint32_t id = devices.add(auspool::testing::output_device(auspool::testing::kInterleaved));
+  auplayer2 *const player = auplayer2_create();
+  AuPlayerOptions options = auplayer2_options(player);
+  options.device = id;
+  auplayer2_set_options(player, &options);
+  ASSERT_EQ(auplayer2_start(player), 0);
+  EXPECT_EQ(inhibitors(), 1);
+  ausim_remove_device(devices, id);
+  EXPECT_TRUE(wait_for_none());
+  EXPECT_EQ(auplayer2_is_active(player), 1u);
+  auplayer2_destroy(player);
+}
+
+TEST_F(IdleSleep, IsNotInhibitedByAStartThatFails) {
+  auspool::testing::SimulatedDevices devices;
+  devices.add_default_output(auspool::testing::output_device(auspool::testing::kInterleaved));
+  devices.fail(AUSIM_START, "", -1);
+  auplayer2 *const player = auplayer2_create();
+  EXPECT_EQ(auplayer2_start(player), -1);
+  EXPECT_EQ(inhibitors(), 0);
+  auplayer2_destroy(player);
+}
+
 }  // namespace
 }  // namespace auspool::platform

@@ -5,6 +5,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -52,6 +53,7 @@ public:
   void start_manager();  // without it no stream is connected with any device
   void kill();
   void kill_manager() { manager_.end(); }
+  void pause_manager(bool paused) { manager_.signal(paused ? SIGSTOP : SIGCONT); }
 
   void add_sink(const std::string &name, int channels, const std::string &positions, int priority = 1);
   void remove(const std::string &node);

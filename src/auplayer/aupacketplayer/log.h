@@ -1,4 +1,4 @@
-// The host's log, and the assertions that end the process.
+// The host's log.
 #pragma once
 
 #include <cstdint>

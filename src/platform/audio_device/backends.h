@@ -12,6 +12,10 @@ namespace auspool::platform {
 std::unique_ptr<AudioBackend> open_pipewire();
 std::unique_ptr<AudioBackend> open_simulated();
 
+// To be told by a backend whose device went away: its procs have ended, and no longer keep the computer awake. May wait
+// as long as a start does.
+void device_went(ObjectId device);
+
 struct BackendEntry {
   const char *name;
   std::unique_ptr<AudioBackend> (*open)();

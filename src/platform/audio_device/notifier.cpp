@@ -28,6 +28,11 @@ void Notifier::post(ObjectId object, const PropertyAddress &address) {
   wake_.post();
 }
 
+void Notifier::make_room() {
+  const std::lock_guard lock(mutex_);
+  changes_.reserve(changes_.size() + 1);
+}
+
 bool Notifier::take(Change *change) {
   const std::lock_guard lock(mutex_);
   if (changes_.empty()) return false;

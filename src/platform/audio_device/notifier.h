@@ -16,7 +16,9 @@ public:
   Notifier();  // throws std::bad_alloc
   ~Notifier();
 
-  // From any thread, with any lock held. What is posted again before its listeners are called is one change.
+  // From any thread, with any lock held. What is posted again before its listeners are called is one change. Throws
+  // std::bad_alloc, but not as the first to post after make_room, which throws it instead.
+  void make_room();
   void post(ObjectId object, const PropertyAddress &address);
 
   Listeners listeners;

@@ -2,8 +2,8 @@
 #include "platform/audio_device/simulated.h"
 
 #include <algorithm>
-#include <new>
 
+#include "platform/audio_device/backend_support.h"
 #include "platform/audio_device/backends.h"
 
 namespace auspool::platform {
@@ -12,16 +12,6 @@ namespace {
 ausim_operation operation_of(std::int32_t kind, ObjectId object, const PropertyAddress &address = {},
                              std::uint32_t bytes = 0, const void *value = nullptr) {
   return {kind, object, address.selector, address.scope, bytes, value};
-}
-
-// Memory that runs out is a status.
-template <typename Work>
-DeviceStatus guarded(const Work &work) {
-  try {
-    return work();
-  } catch (const std::bad_alloc &) {
-    return AUDEVICE_NO_MEMORY;
-  }
 }
 
 }  // namespace

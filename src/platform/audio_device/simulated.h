@@ -86,7 +86,6 @@ private:
   std::vector<DevicePointer> leaving_;  // no longer there, but their last cycle may run
   std::vector<Change> changes_;         // that listeners have not been told of
   bool delivering_ = false;
-  ObjectId last_object_ = kSystemObject;
   IoProcId last_proc_ = 0;
   bool scripted_ = false, realtime_ = true, ending_ = false, ducking_ = true;
   std::uint64_t time_ = 0;  // while the clock is moved by hand

@@ -33,6 +33,10 @@ void SimulatedBuffers::clear() {
   std::ranges::fill(samples_, 0.0f);
 }
 
+void SimulatedBuffers::copy_from(const SimulatedBuffers &other) {
+  std::ranges::copy(other.samples_, samples_.begin());
+}
+
 void SimulatedBuffers::mix_in(const SimulatedBuffers &other) {
   std::ranges::transform(samples_, other.samples_, samples_.begin(), std::plus());
 }

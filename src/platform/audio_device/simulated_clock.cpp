@@ -3,6 +3,8 @@
 #include <chrono>
 #include <new>
 
+#include "platform/audio_device/backend_support.h"
+#include "platform/audio_device/backends.h"
 #include "platform/audio_device/simulated.h"
 #include "platform/clock.h"
 
@@ -49,9 +51,8 @@ SimulatedBackend::~SimulatedBackend() {
 // ---- Devices ----
 
 SimulatedBackend::DevicePointer SimulatedBackend::add_device_locked(const ausim_device &description) {
-  auto device = std::make_shared<SimulatedDevice>(last_object_ + 1, description);
+  auto device = std::make_shared<SimulatedDevice>(next_object_id(), description);
   devices_.push_back(device);
-  ++last_object_;
   device_list_changed_locked();
   return device;
 }
@@ -86,6 +87,7 @@ DeviceStatus SimulatedBackend::remove_device(ObjectId id) {
   lock.unlock();
   device->wait_for_cycle();
   listeners_.forget(id);
+  device_went(id);
   lock.lock();
   std::erase(leaving_, device);
   device_list_changed_locked();
@@ -131,12 +133,20 @@ DeviceStatus SimulatedBackend::change_property(ObjectId object, const PropertyAd
 bool SimulatedBackend::begin_script() {
   std::unique_lock lock(model_);
   if (scripted_) return false;
+  scripted_ = true;
   time_ = clock_ticks();
   realtime_ = false;
   lock.unlock();
-  remove_all_devices();
-  lock.lock();
-  return scripted_ = true;
+  try {
+    remove_all_devices();
+  } catch (const std::bad_alloc &) {
+    lock.lock();
+    scripted_ = false;
+    lock.unlock();
+    set_realtime(true);
+    throw;
+  }
+  return true;
 }
 
 void SimulatedBackend::end_script() {

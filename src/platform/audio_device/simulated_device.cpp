@@ -1,26 +1,19 @@
 #include "platform/audio_device/simulated_device.h"
 
 #include <cmath>
-#include <cstring>
 #include <string_view>
+
+#include "platform/audio_device/backend_support.h"
 
 namespace auspool::platform {
 namespace {
 
-std::span<const std::uint32_t> layout(const std::uint32_t *channels, std::uint32_t count) {
-  return {channels, channels ? count : 0};
+std::vector<std::uint32_t> layout(const std::uint32_t *channels, std::uint32_t count) {
+  return {channels, channels + (channels ? count : 0)};
 }
 
 std::uint32_t or_else(std::uint32_t value, std::uint32_t otherwise) {
   return value != 0 ? value : otherwise;
-}
-
-// What is set must be exactly a T.
-template <typename T>
-bool take(std::span<const std::byte> bytes, T *value) {
-  if (bytes.size() != sizeof(T)) return false;
-  std::memcpy(value, bytes.data(), sizeof(T));
-  return true;
 }
 
 bool is_usable_rate(double rate) {
@@ -40,10 +33,10 @@ SimulatedDevice::SimulatedDevice(ObjectId number, const ausim_device &descriptio
       most_frames_(or_else(description.most_buffer_frames, 8192)),
       output_latency_(description.output_latency),
       input_latency_(description.input_latency),
-      input_(layout(description.input_buffers, description.input_buffer_count)),
-      output_(layout(description.output_buffers, description.output_buffer_count)) {
-  const auto outputs = layout(description.output_buffers, description.output_buffer_count);
-  output_layout_.assign(outputs.begin(), outputs.end());
+      input_layout_(layout(description.input_buffers, description.input_buffer_count)),
+      output_layout_(layout(description.output_buffers, description.output_buffer_count)),
+      input_(input_layout_),
+      output_(output_layout_) {
   const std::string_view name = description.name ? description.name : "Simulated device";
   properties.put(kName, std::as_bytes(std::span(name)));
   properties.put(kUid, std::as_bytes(std::span(name)));
@@ -63,13 +56,8 @@ void SimulatedDevice::describe_streams(const ausim_device &description) {
   for (const auto &[scope, channels] : {std::pair{kOutput, output_.channels()}, std::pair{kInput, input_.channels()}}) {
     properties.put(channel_count(scope), channels);
     if (channels == 0) continue;
-    StreamFormat format;
-    format.rate = rate();
-    format.format = or_else(description.format, four_cc("lpcm"));
-    format.channels = channels;
-    format.frames_per_packet = 1;
-    format.bytes_per_frame = format.bytes_per_packet = 4 * channels;
-    format.bits_per_channel = 32;
+    StreamFormat format = float_format(rate(), channels);
+    format.format = or_else(description.format, format.format);
     properties.put(stream_format(scope), format);
   }
 }
@@ -129,7 +117,8 @@ void SimulatedDevice::set_rate(double rate, std::vector<PropertyAddress> &change
 // ---- IO ----
 
 void SimulatedDevice::create_proc(IoProc proc, void *client, IoProcId proc_id) {
-  procs_.push_back(std::make_shared<Proc>(Proc{proc_id, proc, client, false, SimulatedBuffers(output_layout_)}));
+  procs_.push_back(std::make_shared<Proc>(
+      Proc{proc_id, proc, client, false, SimulatedBuffers(input_layout_), SimulatedBuffers(output_layout_)}));
 }
 
 bool SimulatedDevice::destroy_proc(IoProcId proc_id) {
@@ -184,6 +173,7 @@ void SimulatedDevice::run_cycle(std::mutex &model, std::uint64_t time, const Aud
   lock.unlock();
 
   for (const auto &proc : running_) {
+    proc->input.resize(frames);
     proc->output.resize(frames);
     proc->output.clear();
   }
@@ -194,7 +184,8 @@ void SimulatedDevice::run_cycle(std::mutex &model, std::uint64_t time, const Aud
   if (makes_sawtooth) input_.fill_with_sawtooth(first_frame);
   input_.show(callbacks.input, callbacks.input_context, id, frames);
   for (const auto &proc : running_) {
-    proc->proc(id, &now, input_.list(), &input_time, proc->output.list(), &output_time, proc->client);
+    proc->input.copy_from(input_);
+    proc->proc(id, &now, proc->input.list(), &input_time, proc->output.list(), &output_time, proc->client);
     output_.mix_in(proc->output);
   }
   output_.show(callbacks.output, callbacks.output_context, id, frames);

@@ -26,6 +26,7 @@ public:
   // For so many frames; the data stays where it is while they do not change.
   void resize(std::uint32_t frames);
   void clear();
+  void copy_from(const SimulatedBuffers &other);
   void mix_in(const SimulatedBuffers &other);
 
   std::uint32_t channels() const { return channels_; }
@@ -77,7 +78,7 @@ private:
     IoProc proc;
     void *client;
     bool running;
-    SimulatedBuffers output;
+    SimulatedBuffers input, output;  // its own: it may leave something in either
   };
 
   double rate() const { return properties.get(kNominalRate, 0.0); }
@@ -88,7 +89,7 @@ private:
 
   const std::uint32_t least_frames_, most_frames_, output_latency_, input_latency_;
   std::vector<std::shared_ptr<Proc>> procs_;
-  std::vector<std::uint32_t> output_layout_;
+  std::vector<std::uint32_t> input_layout_, output_layout_;
   double fraction_ = 0.0;  // of a nanosecond, that cycles so far were longer
   std::uint64_t frames_run_ = 0;
 

@@ -86,7 +86,7 @@ private:
   Lines log_;
 };
 
-// HeldValues of a value in a signal.
+// Runs of one value in a signal.
 struct HeldValue {
   float value;
   std::size_t frames;

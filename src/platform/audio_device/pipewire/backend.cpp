@@ -1,36 +1,14 @@
 #include "platform/audio_device/pipewire/backend.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cstring>
 #include <mutex>
-#include <new>
 #include <span>
 
+#include "platform/audio_device/backend_support.h"
 #include "platform/audio_device/backends.h"
 
 namespace auspool::platform {
 namespace {
-
-// Not used again in the life of the process, whichever backend was open in between.
-std::atomic<ObjectId> last_object = kSystemObject;
-
-template <typename Work>
-DeviceStatus guarded(const Work &work) {
-  try {
-    return work();
-  } catch (const std::bad_alloc &) {
-    return AUDEVICE_NO_MEMORY;
-  }
-}
-
-// What is set must be exactly a T.
-template <typename T>
-bool take(std::span<const std::byte> bytes, T *value) {
-  if (bytes.size() != sizeof(T)) return false;
-  std::memcpy(value, bytes.data(), sizeof(T));
-  return true;
-}
 
 constexpr PropertyAddress kDefaults[] = {kDefaultOutput, kDefaultInput};  // by whether it is an input
 
@@ -47,7 +25,7 @@ PipeWireBackend::~PipeWireBackend() = default;
 // ---- From the server ----
 
 void PipeWireBackend::node_came(const Node &node) {
-  devices_.push_back(std::make_unique<PipeWireDevice>(++last_object, node, settings_));
+  devices_.push_back(std::make_unique<PipeWireDevice>(next_object_id(), node, settings_));
   update_system();
 }
 
@@ -64,6 +42,7 @@ void PipeWireBackend::remove(std::vector<DevicePointer>::iterator device) {
   const ObjectId id = (*device)->id;
   devices_.erase(device);
   notifier_.listeners.forget(id);
+  device_went(id);
 }
 
 void PipeWireBackend::default_changed(bool is_input, const std::string &name) {
@@ -93,11 +72,16 @@ void PipeWireBackend::server_went() {
 
 void PipeWireBackend::streams_changed() {
   update_all();
-  if (std::ranges::any_of(devices_, &PipeWireDevice::has_failed_streams)) server_.try_again_later();
+  try_failed_streams_later();
 }
 
 void PipeWireBackend::try_again() {
   for (const DevicePointer &device : devices_) device->restart_failed_streams(server_);
+  try_failed_streams_later();
+}
+
+void PipeWireBackend::try_failed_streams_later() {
+  if (std::ranges::any_of(devices_, &PipeWireDevice::has_failed_streams)) server_.try_again_later();
 }
 
 void PipeWireBackend::update(PipeWireDevice &device) {
@@ -201,14 +185,24 @@ DeviceStatus PipeWireBackend::set_device(ObjectId id, const PropertyAddress &add
   return status;
 }
 
-// What runs afterwards says whether the graph took it.
+// What runs afterwards says whether the graph took it; otherwise nothing goes on asking for it. Streams for which there
+// was no memory meanwhile begin later.
 DeviceStatus PipeWireBackend::set_rate(ObjectId id, double rate) {
-  if (const DeviceStatus status = find(id)->wish_rate(rate, settings_, server_)) return status;
-  update(*find(id));
-  const auto has_rate = [&] { return find(id)->rate() == rate && !find(id)->has_idle_streams(); };
-  const bool followed = server_.wait_until([&] { return !find(id) || has_rate(); });
-  if (!find(id)) return AUDEVICE_BAD_OBJECT;
-  return followed ? 0 : AUDEVICE_BAD_VALUE;
+  const double before = find(id)->wished_rate();
+  try {
+    if (const DeviceStatus status = find(id)->wish_rate(rate, settings_, server_)) return status;
+    update(*find(id));
+    const auto has_rate = [&] { return find(id)->rate() == rate && !find(id)->has_idle_streams(); };
+    const bool followed = server_.wait_until([&] { return !find(id) || has_rate(); });
+    if (!find(id)) return AUDEVICE_BAD_OBJECT;
+    if (followed) return 0;
+    find(id)->take_back_rate(before, server_);
+    update(*find(id));
+  } catch (const std::bad_alloc &) {
+    try_failed_streams_later();
+    throw;
+  }
+  return AUDEVICE_BAD_VALUE;
 }
 
 // ---- Listeners ----
@@ -220,6 +214,7 @@ DeviceStatus PipeWireBackend::add_listener(ObjectId object, const PropertyAddres
   return guarded([&]() -> DeviceStatus {
     const std::lock_guard lock(server_);
     if (object != kSystemObject && !find(object)) return AUDEVICE_BAD_OBJECT;
+    if (address == kNominalRate) notifier_.make_room();
     const DeviceStatus status = notifier_.listeners.add(object, address, listener, client);
     if (status == 0 && address == kNominalRate) notifier_.post(object, address);
     return status;
@@ -240,7 +235,7 @@ DeviceStatus PipeWireBackend::create_io_proc(ObjectId device, IoProc proc, void 
     const std::lock_guard lock(server_);
     PipeWireDevice *const found = find(device);
     if (!found) return AUDEVICE_BAD_OBJECT;
-    found->procs.push_back({last_proc_ + 1, proc, client, nullptr});
+    found->procs.push_back({last_proc_ + 1, proc, client, false, nullptr});
     *id = ++last_proc_;
     return 0;
   });
@@ -260,9 +255,14 @@ DeviceStatus PipeWireBackend::start(ObjectId device, IoProcId id) {
     if (!found) return AUDEVICE_BAD_OBJECT;
     PipeWireProc *const proc = found->find(id);
     if (!proc) return AUDEVICE_BAD_PROC;
-    if (proc->stream) return 0;
+    if (proc->started) return 0;
     if (!server_.has_session_manager()) return AUDEVICE_NOT_RUNNING;
-    found->start(*proc, server_);
+    try {
+      found->start(*proc, server_);
+    } catch (const std::bad_alloc &) {
+      PipeWireDevice::stop(*proc);
+      throw;
+    }
     return run(device, id);
   });
 }
@@ -277,7 +277,7 @@ DeviceStatus PipeWireBackend::run(ObjectId device, IoProcId id) {
   server_.wait_until([&] { return !stream() || stream()->runs() || stream()->has_failed(); });
   if (!find(device)) return AUDEVICE_BAD_OBJECT;
   if (!stream() || !stream()->has_failed()) return 0;
-  find(device)->find(id)->stream.reset();
+  PipeWireDevice::stop(*find(device)->find(id));
   return AUDEVICE_NOT_RUNNING;
 }
 
@@ -288,7 +288,7 @@ DeviceStatus PipeWireBackend::stop(ObjectId device, IoProcId id) {
     if (!found) return AUDEVICE_BAD_OBJECT;
     PipeWireProc *const proc = found->find(id);
     if (!proc) return AUDEVICE_BAD_PROC;
-    proc->stream.reset();
+    PipeWireDevice::stop(*proc);
     update(*found);
     return 0;
   });

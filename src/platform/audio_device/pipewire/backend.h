@@ -55,6 +55,7 @@ private:
   DeviceStatus set_rate(ObjectId id, double rate);
   DeviceStatus run(ObjectId device, IoProcId id);
   void remove(std::vector<DevicePointer>::iterator device);
+  void try_failed_streams_later();
   void update(PipeWireDevice &device);
   void update_all();
   void update_system();

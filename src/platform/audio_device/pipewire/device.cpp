@@ -4,18 +4,10 @@
 #include <span>
 #include <string_view>
 
+#include "platform/audio_device/backend_support.h"
+
 namespace auspool::platform {
 namespace {
-
-StreamFormat format_of(double rate, std::uint32_t channels) {
-  StreamFormat format;
-  format.rate = rate;
-  format.channels = channels;
-  format.frames_per_packet = 1;
-  format.bytes_per_frame = format.bytes_per_packet = 4 * channels;
-  format.bits_per_channel = 32;
-  return format;
-}
 
 void put_text(PropertyStore &properties, const PropertyAddress &address, std::string_view text) {
   properties.put(address, std::as_bytes(std::span(text)));
@@ -47,10 +39,13 @@ std::vector<PropertyAddress> PipeWireDevice::update(const GraphSettings &setting
   const double now = stream ? stream->rate() : settings.rate_for(wished_rate_);
   const std::uint32_t frames = stream && stream->frames() != 0 ? stream->frames() : settings.frames_for(wished_frames_);
   std::vector<PropertyAddress> changed;
+  changed.reserve(3);
   if (properties.put(kNominalRate, now)) {
-    properties.put(stream_format(scope()), format_of(now, static_cast<std::uint32_t>(node.positions.size())));
-    changed = {kNominalRate, stream_format(scope())};
-    if (wished_frames_ != 0) tell_streams();  // the server takes frames as a time
+    changed.push_back(kNominalRate);
+    properties.put(stream_format(scope()), float_format(now, static_cast<std::uint32_t>(node.positions.size())));
+    changed.push_back(stream_format(scope()));
+    // The server takes frames as a time.
+    if (wished_frames_ != 0) without_throwing([this] { tell_streams(); });
   }
   if (properties.put(kBufferFrames, frames)) changed.push_back(kBufferFrames);
   return changed;
@@ -72,9 +67,17 @@ DeviceStatus PipeWireDevice::wish_rate(double rate, const GraphSettings &setting
   if (!settings.allows_rate(rate)) return AUDEVICE_BAD_VALUE;
   wished_rate_ = rate;
   for (PipeWireProc &proc : procs) {
-    if (proc.stream && proc.stream->rate() != rate) start(proc, server);
+    if (proc.started && (!proc.stream || proc.stream->rate() != rate)) start(proc, server);
   }
   return 0;
+}
+
+// What was asked of the graph in the meantime must not stay with the streams.
+void PipeWireDevice::take_back_rate(double wished_before, Server &server) {
+  wished_rate_ = wished_before;
+  for (PipeWireProc &proc : procs) {
+    if (proc.started) start(proc, server);
+  }
 }
 
 DeviceStatus PipeWireDevice::wish_frames(std::uint32_t frames, const GraphSettings &settings) {
@@ -92,12 +95,18 @@ PipeWireProc *PipeWireDevice::find(IoProcId proc_id) {
 }
 
 void PipeWireDevice::start(PipeWireProc &proc, Server &server) {
+  proc.started = true;
   proc.stream.reset();
   proc.stream = std::make_unique<IoStream>(server, node, id, proc.proc, proc.client, wish());
 }
 
+void PipeWireDevice::stop(PipeWireProc &proc) {
+  proc.started = false;
+  proc.stream.reset();
+}
+
 bool PipeWireDevice::has_failed_streams() const {
-  return std::ranges::any_of(procs, [](const PipeWireProc &proc) { return proc.stream && proc.stream->has_failed(); });
+  return std::ranges::any_of(procs, &PipeWireProc::has_failed);
 }
 
 bool PipeWireDevice::has_idle_streams() const {
@@ -106,7 +115,7 @@ bool PipeWireDevice::has_idle_streams() const {
 
 void PipeWireDevice::restart_failed_streams(Server &server) {
   for (PipeWireProc &proc : procs) {
-    if (proc.stream && proc.stream->has_failed()) start(proc, server);
+    if (proc.has_failed()) without_throwing([&] { start(proc, server); });
   }
 }
 

@@ -14,7 +14,10 @@ struct PipeWireProc {
   IoProcId id = 0;
   IoProc proc = nullptr;
   void *client = nullptr;
-  std::unique_ptr<IoStream> stream;  // while it is started
+  bool started = false;
+  std::unique_ptr<IoStream> stream;  // while it is started; null then, too, where there was no memory for one
+
+  bool has_failed() const { return started && (!stream || stream->has_failed()); }
 };
 
 // All of it with the server's lock held.
@@ -28,13 +31,16 @@ public:
   // Wishes, for streams that run and those to come. For another rate those that run begin anew: a graph that runs takes
   // no notice of one now and then.
   DeviceStatus wish_rate(double rate, const GraphSettings &settings, Server &server);
+  double wished_rate() const { return wished_rate_; }  // 0 for none
+  void take_back_rate(double wished_before, Server &server);
   DeviceStatus wish_frames(std::uint32_t frames, const GraphSettings &settings);
 
-  void start(PipeWireProc &proc, Server &server);
+  void start(PipeWireProc &proc, Server &server);  // anew, if it runs
+  static void stop(PipeWireProc &proc);
   PipeWireProc *find(IoProcId id);
   bool has_failed_streams() const;
-  void restart_failed_streams(Server &server);
-  bool has_idle_streams() const;  // that do not run, or not yet
+  void restart_failed_streams(Server &server);  // as far as memory goes
+  bool has_idle_streams() const;                // that do not run, or not yet
 
   double rate() const { return properties.get(kNominalRate, 0.0); }
   std::uint32_t scope() const { return node.is_input ? kInput : kOutput; }

@@ -16,13 +16,14 @@ void describe(pw_properties *properties, const GraphWish &wish) {
   if (wish.frames != 0) pw_properties_setf(properties, PW_KEY_NODE_LATENCY, "%u/%u", wish.frames, rate);
 }
 
-CycleMoment moment_of(pw_stream *stream, double rate, std::uint32_t frame_bytes) {
+CycleMoment moment_of(pw_stream *stream, double rate) {
   pw_time time{};
   CycleMoment moment;
   moment.rate = rate;
   if (pw_stream_get_time_n(stream, &time, sizeof time) < 0 || time.rate.denom == 0 || rate == 0.0) return moment;
   moment.host_time = static_cast<std::uint64_t>(time.now);
-  const double waiting = static_cast<double>(time.queued / frame_bytes + time.buffered) / rate;
+  const double waiting =
+      static_cast<double>(time.queued + time.buffered) / rate;  // queued: frames, as we say in `size`
   moment.latency = static_cast<double>(time.delay) * time.rate.num / time.rate.denom + waiting;
   return moment;
 }
@@ -113,7 +114,7 @@ void IoStream::process() {
   if (!buffer) return;
   spa_data &data = buffer->buffer->datas[0];
   const std::uint32_t frame_bytes = 4 * channels_;
-  const CycleMoment moment = moment_of(stream_, rate(), frame_bytes);
+  const CycleMoment moment = moment_of(stream_, rate());
   std::uint32_t frames = 0;
   if (data.data && is_input_) {
     const std::uint32_t offset = std::min(data.chunk->offset, data.maxsize);
@@ -126,8 +127,8 @@ void IoStream::process() {
     data.chunk->offset = 0;
     data.chunk->stride = static_cast<std::int32_t>(frame_bytes);
     data.chunk->size = frames * frame_bytes;
-    buffer->size = frames;
   }
+  buffer->size = frames;
   pw_stream_queue_buffer(stream_, buffer);
   if (frames != 0 && frames_.exchange(frames, std::memory_order_relaxed) != frames) server_.note_stream();
 }

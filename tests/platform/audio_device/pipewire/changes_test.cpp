@@ -6,6 +6,8 @@
 #include <new>
 #include <optional>
 
+#include "platform/idle_sleep.h"
+#include "support/login_service.h"
 #include "support/sound_system.h"
 #include "support/watch.h"
 
@@ -119,6 +121,51 @@ TEST_F(PipeWireChanges, ARateThatIsSetWhilePlayingBecomesTheGraphs) {
   EXPECT_EQ(system->rate(main), 96000.0);
   ASSERT_TRUE(eventually([&] { return devices().set(main, kNominalRate, 48000.0) == 0; }));
   expect_playing(player);
+}
+
+// While the session manager stands still, nothing connects the streams that ask for the rate.
+TEST_F(PipeWireChanges, ARateThatWasRefusedIsNotAskedForAnyMore) {
+  const ObjectId main = system->device("main");
+  NumberedPlayer player(devices(), main);
+  ASSERT_EQ(player.start(), 0);
+  server->pause_manager(true);
+  EXPECT_EQ(devices().set(main, kNominalRate, 96000.0), AUDEVICE_BAD_VALUE);
+  EXPECT_EQ(system->rate(main), 48000.0);
+  server->pause_manager(false);
+  expect_playing(player);
+  EXPECT_EQ(system->rate(main), 48000.0);
+  player.stop();
+  EXPECT_EQ(system->rate(main), 48000.0);
+}
+
+TEST_F(PipeWireChanges, WithoutMemoryForAnotherRatePlaybackGoesOn) {
+  const ObjectId main = system->device("main");
+  NumberedPlayer player(devices(), main);
+  ASSERT_EQ(player.start(), 0);
+  bool failed = true;
+  for (int nth = 1; failed; ++nth) {
+    const double other = system->rate(main) == 48000.0 ? 96000.0 : 48000.0;
+    {
+      const testing::AllocationFailer failer(nth);
+      const DeviceStatus status = devices().set(main, kNominalRate, other);
+      failed = failer.failed();
+      EXPECT_TRUE(status != AUDEVICE_NO_MEMORY || failed);
+    }
+    expect_playing(player);
+  }
+}
+
+TEST_F(PipeWireChanges, ADeviceThatGoesLetsTheComputerSleep) {
+  NEED_LOGIN_SERVICE();
+  const testing::LoginService service;
+  ASSERT_TRUE(service.ready());
+  if (!IdleSleepInhibitor().hold()) GTEST_SKIP() << "this build reaches no login service";
+  ASSERT_TRUE(eventually([&] { return service.inhibitors("idle") == 0; }));
+  NumberedPlayer player(devices(), system->device("other"));
+  ASSERT_EQ(player.start(), 0);
+  EXPECT_EQ(service.inhibitors("idle"), 1);
+  server->remove("other");
+  EXPECT_TRUE(eventually([&] { return service.inhibitors("idle") == 0; }));
 }
 
 TEST_F(PipeWireChanges, ARateThatWasSetBeforeIsThereFromTheStart) {

@@ -30,6 +30,17 @@ TEST_F(PipeWireDevices, AreSinksAndSourcesWithTheirNames) {
   EXPECT_EQ(system->text(system->device("line"), kName), "Line in");
 }
 
+TEST_F(PipeWireDevices, HaveNumbersThatNoOtherBackendGives) {
+  const ObjectId here = system->device("main");
+  system.reset();
+  ASSERT_EQ(choose_audio_backend("simulated"), 0);
+  ObjectId elsewhere = 0;
+  EXPECT_EQ(AudioDevices().get(kSystemObject, kDefaultOutput, &elsewhere), 0);
+  EXPECT_GT(elsewhere, here);
+  system.emplace();
+  EXPECT_GT(system->device("main"), elsewhere);
+}
+
 TEST_F(PipeWireDevices, HaveChannelsInOneDirection) {
   const ObjectId quad = system->device("quad"), line = system->device("line");
   EXPECT_EQ(value<std::uint32_t>(quad, channel_count(kOutput)), 4u);
