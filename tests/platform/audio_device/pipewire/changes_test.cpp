@@ -51,7 +51,8 @@ struct Follower {
     const ObjectId device = system.default_output();
     if (device == 0) return;
     player.emplace(system.devices, device, next);
-    EXPECT_EQ(player->start(), 0);
+    const DeviceStatus status = player->start();
+    EXPECT_TRUE(status == 0 || status == AUDEVICE_BAD_OBJECT) << status << "; it may go at this moment";
     ++starts;
   }
 
