@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <new>
 
+#include "auplayer/allow_idle_sleep.h"
 #include "auplayer/auplayer_record.h"
 #include "auspool/resampler.h"
 

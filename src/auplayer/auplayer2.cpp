@@ -3,9 +3,23 @@
 #include <algorithm>
 #include <new>
 
+#include "auplayer/allow_idle_sleep.h"
 #include "auplayer/auplayer2_record.h"
 
 using namespace auspool;
+
+namespace {
+
+AllowIdleSleep idle_sleep;
+
+void interleave(const float *left, const float *right, std::int32_t frames, float *__restrict interleaved) {
+  for (std::size_t i = 0; i < static_cast<std::size_t>(frames); ++i) {
+    interleaved[2 * i] = left[i];
+    interleaved[2 * i + 1] = right[i];
+  }
+}
+
+}  // namespace
 
 void auplayer2::set_audio_callback(const auplayer2_audio_callback *callback) {
   change_audio_callback([&] {
@@ -37,22 +51,17 @@ std::int32_t auplayer2::frames_in(std::int32_t frames) const {
   return raesampler_input_samples(resampler.get(), frames);
 }
 
-// What the ring does not give is silence.
+// What the ring does not give is silence. Between equal rates the resampler would only copy, with more ado.
 void auplayer2::render(float *interleaved, std::int32_t frames, std::int32_t needed) {
   float planes[2 * kMostFrames];
   const std::int32_t got = rbuffer2_read(ring.get(), planes, planes + needed, 4 * needed) / 4;
   std::fill(planes + got, planes + needed, 0.0f);
   std::fill(planes + needed + got, planes + 2 * needed, 0.0f);
+  if (resampler_in_rate == resampler_out_rate) return interleave(planes, planes + needed, frames, interleaved);
   const float *const in[] = {planes, planes + needed};
   float *const out[] = {interleaved, interleaved + 1};
   raesampler_resample(resampler.get(), in, 1, out, 2, &needed, frames);
 }
-
-namespace {
-
-AllowIdleSleep idle_sleep;
-
-}  // namespace
 
 auplayer2 *auplayer2_create(void) try { return new auplayer2; } catch (const std::bad_alloc &) {
   return nullptr;

@@ -15,7 +15,6 @@ using platform::ObjectId;
 namespace {
 
 constexpr std::uint64_t kDefaultRingBytes = 262144;
-constexpr float kDefaultRate = 44100.0f;
 
 // A hair under 1, exactly this one.
 constexpr float kDuckLevel = std::bit_cast<float>(0x3F7FFFEFu);
@@ -131,56 +130,6 @@ DeviceStatus Player::start_device_held(ObjectId device, std::uint32_t buffer_fra
   if (const DeviceStatus status = start_io(devices, device, device_io_proc, this, &io_proc_id, duck)) return status;
   devices.add_listener(device, platform::kNominalRate, device_listener_proc, this);
   return 0;
-}
-
-void Player::read_device_rate(ObjectId device) {
-  const std::lock_guard hold(rate_lock);
-  double rate = static_cast<double>(kDefaultRate);
-  devices.get(device, platform::kNominalRate, &rate);
-  if (device_rate == static_cast<float>(rate)) return;
-  device_rate = static_cast<float>(rate);
-  device_rate_changed();
-}
-
-// ---- Changes ----
-
-// The ring is kept: playback goes on where it was. A restart that fails leaves the player active, and the next change
-// tries again.
-void Player::restart_on_default_device() {
-  const std::lock_guard hold(control);
-  const AuPlayerOptions wanted = read_options();
-  if (wanted.ignore_default_device_changes != 0 || !active || wanted.device != 0) return;
-  tear_down_held();
-  start_audio_io_held();
-}
-
-DeviceStatus Player::hw_listener_proc(ObjectId, std::uint32_t count, const platform::PropertyAddress *addresses,
-                                      void *self) {
-  for (std::uint32_t i = 0; i < count; ++i) {
-    if (addresses[i] == platform::kDefaultOutput) static_cast<Player *>(self)->restart_on_default_device();
-  }
-  return 0;
-}
-
-DeviceStatus Player::device_listener_proc(ObjectId device, std::uint32_t count,
-                                          const platform::PropertyAddress *addresses, void *self) {
-  auto &player = *static_cast<Player *>(self);
-  for (std::uint32_t i = 0; i < count; ++i) {
-    if (addresses[i] == platform::kNominalRate && device == player.current_device) player.read_device_rate(device);
-  }
-  return 0;
-}
-
-// ---- Idle sleep ----
-
-void AllowIdleSleep::begin() {
-  const std::lock_guard hold(mutex_);
-  if (allowIdleSleep++ == 0) platform::set_sleep_allowed(1);
-}
-
-void AllowIdleSleep::end() {
-  const std::lock_guard hold(mutex_);
-  if (allowIdleSleep != 0 && --allowIdleSleep == 0) platform::set_sleep_allowed(0);
 }
 
 }  // namespace auspool

@@ -59,12 +59,14 @@ public:
                                                platform::BufferList *output, const platform::TimeStamp *output_time,
                                                void *self);
 
+  static constexpr float kDefaultRate = 44100.0f;
+
   platform::AudioDevices devices;
   platform::IoProcId io_proc_id = 0;
   AuPlayerOptions options = {};
   Relaxed<std::uint32_t> current_device = 0;
-  Relaxed<float> source_rate = 44100.0f;
-  Relaxed<float> device_rate = 44100.0f;
+  Relaxed<float> source_rate = kDefaultRate;
+  Relaxed<float> device_rate = kDefaultRate;
   Relaxed<std::uint32_t> active = 0;
   std::mutex control;
   mutable std::mutex options_lock;
@@ -123,17 +125,6 @@ private:
   void smooth_latency(float measure);
   void pass(const ChannelDescriptor (&channels)[2], std::uint32_t frames);
   std::int32_t make_part(float *interleaved, std::int32_t frames);
-};
-
-// Counts the begins and ends of one generation, and lets the computer sleep between the first and the last.
-class AllowIdleSleep {
-public:
-  void begin();
-  void end();
-
-private:
-  std::mutex mutex_;
-  std::uint32_t allowIdleSleep = 0;
 };
 
 }  // namespace auspool

@@ -483,6 +483,27 @@ TEST_F(Line, WithoutADeviceBringsSilenceAtItsPace) {
   EXPECT_TRUE(devices.take_operations().empty());
 }
 
+// By when each call is due, however late it comes.
+TEST_F(Line, SilenceIsDueOnceAPeriod) {
+  struct Pace {
+    static void hear(void *self, const au_channel_pair *, std::int32_t, float) {
+      auto &pace = *static_cast<Pace *>(self);
+      if (pace.calls < 5) pace.due[pace.calls] = pace.line->timer.due();
+      ++pace.calls;
+    }
+    auline *line;
+    std::uint64_t due[5] = {};
+    std::atomic<int> calls = 0;
+  } pace{line};
+  set_options([](AuLineOptions &options) { options.device = AULINE_NO_DEVICE; });
+  ASSERT_EQ(auline_start(line, Pace::hear, &pace), 0);
+  while (pace.calls < 5) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  auline_stop(line);
+  for (int i = 1; i < 5; ++i) {
+    EXPECT_NEAR(static_cast<double>(pace.due[i] - pace.due[i - 1]), 256e9 / 44100, 1.0) << i;
+  }
+}
+
 TEST_F(Line, SilenceTakesRateAndFramesOfTheOptions) {
   set_options([](AuLineOptions &options) {
     options.device = AULINE_NO_DEVICE;

@@ -1,10 +1,13 @@
 // Players on a real sound system, a private one: what arrives at a sink's monitor is what was played.
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <numbers>
+#include <optional>
 
 #include "players.h"
 #include "support/sound_system.h"
+#include "support/watch.h"
 
 namespace auspool::testing {
 namespace {
@@ -50,7 +53,16 @@ protected:
       right.push_back(numbered_sample(next + i, 1));
     }
     next += kBlock;
-    G::play(player, {left.data(), right.data()}, kBlock, 48000.0f);
+    G::play(player, {left.data(), right.data()}, kBlock, rate);
+  }
+
+  // The first frame from this one on that a sink got so far, if it did; audio is fed meanwhile.
+  std::optional<std::uint64_t> heard_from(const MonitorRecorder &sink, std::uint64_t from) {
+    feed();
+    for (const Stretch &stretch : stretches_of(sink.samples(), 2)) {
+      if (stretch.first + stretch.frames > from) return std::max(stretch.first, from);
+    }
+    return {};
   }
 
   // The frames of the longest stretch that a sink got so far; audio is fed meanwhile.
@@ -63,6 +75,7 @@ protected:
 
   typename G::Handle *player = nullptr;
   std::uint64_t next = 0;
+  float rate = 48000.0f;
 };
 TYPED_TEST_SUITE(PlayerOnServer, Generations, GenerationNames);
 
@@ -73,15 +86,50 @@ TYPED_TEST(PlayerOnServer, PlaysExactlyWhereTheRatesAreEqual) {
   EXPECT_GT(TypeParam::now_playing(this->player), 0.0f);
 }
 
-TYPED_TEST(PlayerOnServer, GoesOnAtAnotherDefaultDeviceFromWhereItWas) {
+// A server on a busy computer may be late just then: one of five changes must do.
+TYPED_TEST(PlayerOnServer, GoesOnAtAnotherDefaultDeviceAndLosesABufferAtMost) {
   const MonitorRecorder main(*this->server, "main", "FL,FR"), other(*this->server, "other", "FL,FR");
-  ASSERT_TRUE(eventually([&] { return this->longest(main) >= 9600; }));
-  const std::uint32_t before = TypeParam::device(this->player);
-  this->server->set_default_sink("other");
-  ASSERT_TRUE(eventually([&] { return this->longest(other) >= 9600; }));
-  EXPECT_NE(TypeParam::device(this->player), before);
-  const auto left = stretches_of(main.samples(), 2), found = stretches_of(other.samples(), 2);
-  EXPECT_GE(found.front().first, left.back().first + left.back().frames) << "nothing twice";
+  std::uint64_t least = UINT64_MAX;
+  const std::uint64_t buffer = this->system->frames(this->system->device("main"));
+  for (int i = 0; i < 5 && least > buffer; ++i) {
+    const MonitorRecorder &from = i % 2 ? other : main, &to = i % 2 ? main : other;
+    const std::uint64_t played = this->next;
+    ASSERT_TRUE(eventually([&] { return this->heard_from(from, played).has_value(); }));
+    const std::uint32_t before = TypeParam::device(this->player);
+    this->server->set_default_sink(i % 2 ? "main" : "other");
+    std::optional<std::uint64_t> went_on;
+    ASSERT_TRUE(eventually([&] { return (went_on = this->heard_from(to, played)).has_value(); }));
+    EXPECT_NE(TypeParam::device(this->player), before);
+    const Stretch last = stretches_of(from.samples(), 2).back();
+    EXPECT_GE(*went_on, last.first + last.frames) << "nothing twice";
+    least = std::min(least, *went_on - (last.first + last.frames));
+  }
+  EXPECT_LE(least, buffer);
+}
+
+TYPED_TEST(PlayerOnServer, GoesOnAtTheNextSinkWhenItsOwnIsTakenAway) {
+  const MonitorRecorder other(*this->server, "other", "FL,FR");
+  this->server->remove("main");
+  EXPECT_TRUE(eventually([&] { return this->longest(other) >= 4800; }));
+  EXPECT_EQ(TypeParam::device(this->player), this->system->device("other"));
+}
+
+TYPED_TEST(PlayerOnServer, GoesOnExactlyWithAnotherBufferSize) {
+  const MonitorRecorder sink(*this->server, "main", "FL,FR");
+  ASSERT_TRUE(eventually([&] { return this->longest(sink) >= 4800; }));
+  const platform::ObjectId main = this->system->device("main");
+  EXPECT_EQ(this->devices().set(main, platform::kBufferFrames, 256u), 0);
+  EXPECT_TRUE(eventually([&] {
+    this->feed();
+    return this->system->frames(main) == 256;
+  }));
+  const std::uint64_t played = this->next;
+  EXPECT_TRUE(eventually([&] {
+    this->feed();
+    const auto stretches = stretches_of(sink.samples(), 2);
+    return !stretches.empty() && stretches.back().first + stretches.back().frames > played + 9600 &&
+           stretches.back().frames >= 4800;
+  }));
 }
 
 TYPED_TEST(PlayerOnServer, SurvivesTheServersEndAndGoesOnWithTheNext) {
@@ -97,11 +145,43 @@ TYPED_TEST(PlayerOnServer, SurvivesTheServersEndAndGoesOnWithTheNext) {
   EXPECT_TRUE(eventually([&] { return this->longest(sink) >= 4800; }));
 }
 
-TYPED_TEST(PlayerOnServer, FollowsTheGraphsRate) {
-  this->server->set("force-rate", 44100);
+TYPED_TEST(PlayerOnServer, FollowsTheGraphsRateAndGoesOn) {
+  this->rate = 44100.0f;
+  // A graph that runs takes no notice of a new rate now and then.
+  for (int i = 0; i < 20 && this->player->device_rate != 44100.0f; ++i) {
+    this->server->set("force-rate", i % 2 ? 0 : 44100);
+    for (int wait = 0; wait < 100 && this->player->device_rate != 44100.0f; ++wait) {
+      this->feed();
+      usleep(10000);
+    }
+  }
+  EXPECT_EQ(this->player->device_rate, 44100.0f);
+  const MonitorRecorder sink(*this->server, "main", "FL,FR", 44100);
+  EXPECT_TRUE(eventually([&] { return this->longest(sink) >= 4800; })) << "exact: the rates are equal now";
+}
+
+// The player's own pass, on the sound system's thread, which runs all streams of the process.
+TYPED_TEST(PlayerOnServer, IsFitForTheRealTimeThread) {
+  struct Guarded {
+    static platform::DeviceStatus run(platform::ObjectId id, const platform::TimeStamp *now,
+                                      const platform::BufferList *, const platform::TimeStamp *,
+                                      platform::BufferList *output, const platform::TimeStamp *time, void *self) {
+      auto &guarded = *static_cast<Guarded *>(self);
+      std::optional<RealtimeGuard> guard;
+      if (guarded.passes > 0) guard.emplace();  // the first one may build the converter
+      Player::device_io_proc(id, now, nullptr, nullptr, output, time, guarded.player);
+      ++guarded.passes;
+      return 0;
+    }
+    Player *player;
+    std::atomic<int> passes = 0;
+  } guarded{this->player};
+  this->feed();
+  Proc proc(this->devices(), this->system->device("other"), Guarded::run, &guarded);
+  ASSERT_EQ(proc.start(), 0);
   EXPECT_TRUE(eventually([&] {
     this->feed();
-    return this->player->device_rate == 44100.0f;
+    return guarded.passes >= 50;
   }));
 }
 

@@ -9,6 +9,7 @@
 #include <random>
 
 #include "platform/clock.h"
+#include "support/hand_clock.h"
 #include "support/watch.h"
 
 namespace auspool {
@@ -71,6 +72,20 @@ TEST(Timebase, NowIsTheClockInSeconds) {
   EXPECT_LE(now, after);
 }
 
+// In a process of its own, for the first call keeps the clock's ratio. The product comes first, and ticks have no sign.
+TEST(TimebaseDeathTest, NowScalesTicksByTheRatioOfTheClock) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto is_right = [] {
+    auspool::testing::HandClock clock({125, 3});
+    for (const std::uint64_t ticks : {std::uint64_t{1}, std::uint64_t{123456789012345}, std::uint64_t{1} << 63}) {
+      clock.ticks = ticks;
+      if (au_now() != 125.0 * static_cast<double>(ticks) / 3 / 1e9) return false;
+    }
+    return true;
+  };
+  EXPECT_EXIT(std::exit(is_right() ? 0 : 1), ::testing::ExitedWithCode(0), "");
+}
+
 TEST(Clock, GivesBackWhatItWasMadeOf) {
   const Clock clock = make_clock(123, -45, 48000.5);
   const Clock copy(auclock_create_copy(clock.get()), auclock_destroy);
@@ -88,6 +103,7 @@ TEST(Clock, RoundsTicksNearlyDownAndSamplesHalfASampleLate) {
   EXPECT_EQ(auclock_abstime_to_sampletime(clock.get(), 1000), 0);
   EXPECT_EQ(auclock_abstime_to_sampletime(clock.get(), 1000 + 22675), 0);  // just under one sample
   EXPECT_EQ(auclock_abstime_to_sampletime(clock.get(), 1000 + 22676), 1);
+  EXPECT_EQ(auclock_abstime_to_sampletime(clock.get(), 1000 + 45351), 2);  // 1.99998 samples: the rounding term counts
 }
 
 // The largest difference that a round trip from samples to ticks and back makes.

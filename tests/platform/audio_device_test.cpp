@@ -266,7 +266,9 @@ TEST_F(DeviceIo, BringsBuffersAsTheDeviceIsLaidOut) {
   EXPECT_EQ(proc.output->buffers()[0].bytes, 64 * 2 * 4u);
   EXPECT_EQ(proc.output->buffers()[1].bytes, 0u);
   EXPECT_EQ(proc.output->buffers()[2].channels, 4u);
+  EXPECT_EQ(proc.output->padding, 0u) << "lists are compared byte by byte";
   ASSERT_EQ(proc.input->count, 2u);
+  EXPECT_EQ(proc.input->padding, 0u);
   EXPECT_EQ(proc.input->buffers()[1].channels, 1u);
   EXPECT_EQ(proc.input->buffers()[1].bytes, 64 * 4u);
   const void *const data = proc.output->buffers()[2].data;

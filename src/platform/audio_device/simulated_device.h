@@ -18,6 +18,10 @@ struct AudioCallbacks {
   bool stamps_valid = true;
 };
 
+inline bool is_usable_rate(double rate) {
+  return rate >= 1.0 && rate <= 1e7;
+}
+
 // The buffers of one direction.
 class SimulatedBuffers {
 public:

@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "auplayer/aupacketplayer/player_fixture.h"
-#include "auspool/auplayer.h"
+#include "auplayer/auplayer_record.h"
 #include "support/simulated_devices.h"
 #include "support/watch.h"
 
@@ -164,6 +164,21 @@ TEST_F(OnADevice, GettingFramesIsFitForTheDevicesThread) {
   float block[2 * 512];
   const RealtimeGuard guard;
   for (int i = 0; i < 4; ++i) aupacketplayer_get_frames(player_, block, 512, 44100.0f);
+}
+
+// With the device player in between.
+TEST_F(OnADevice, ACycleIsFitForTheDevicesThread) {
+  start(100);
+  aupacketplayer_set_resample_continuously(player_, 1);
+  for (int i = 0; i < 10; ++i) play(1000, kStart + i * 1000 / 44100.0);
+  player_->log_callback = nullptr;
+  float block[2 * 512];
+  platform::BufferListOf<1> list = {{1, 0}, {{2, sizeof block, block}}};
+  const platform::TimeStamp stamp = {0, clock_.ticks, platform::TimeStamp::kHostTimeValid};
+  const RealtimeGuard guard;
+  for (int i = 0; i < 4; ++i) {
+    Player::device_io_proc(id_, &stamp, nullptr, nullptr, &list.list, &stamp, static_cast<Player *>(output()));
+  }
 }
 
 TEST_F(OnADevice, WithoutMemoryForTheDevicePlayerStartSaysSoAndTheRestIsQuiet) {

@@ -35,6 +35,7 @@ public:
 
 private:
   using DevicePointer = std::unique_ptr<PipeWireDevice>;
+  static constexpr PropertyAddress kDefaults[] = {kDefaultOutput, kDefaultInput};  // by whether it is an input
 
   // ---- From the server ----
   void node_came(const Node &node) override;

@@ -13,6 +13,8 @@ struct spa_dict;
 
 namespace auspool::platform {
 
+class Watched;
+
 // All with the connection's lock held.
 class Registry {
 public:
@@ -27,12 +29,10 @@ public:
   bool ask_for_default(bool is_input, const std::string &name);
 
 private:
-  struct Watched;  // a node or a metadata of the server's, as a proxy
   struct Handlers;
   struct Hook;
 
   void watch(std::uint32_t number, const char *type, const spa_dict *properties);
-  bool bind(Watched &watched);
   void forget(std::uint32_t number);
 
   ServerClient &client_;

@@ -85,7 +85,7 @@ TEST_F(PipeWireChanges, AnotherDefaultCostsOneBufferAtMost) {
     };
     ASSERT_TRUE(eventually(heard));
     server->set_default_sink(i % 2 ? "main" : "other");
-    ASSERT_TRUE(eventually([&] { return follower.starts == i + 2; }));
+    ASSERT_TRUE(eventually([&] { return follower.starts >= i + 2; }));
     std::optional<std::uint64_t> lost;
     ASSERT_TRUE(eventually([&] {
       lost = lost_between(stretches_of(from.samples(), 2), stretches_of(to.samples(), 2));

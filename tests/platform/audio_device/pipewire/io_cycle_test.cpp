@@ -42,7 +42,8 @@ struct Probe {
   }
 
   ObjectId device = 0;
-  const void *list = nullptr, *data = nullptr;
+  const BufferList *list = nullptr;
+  const void *data = nullptr;
   std::uint32_t channels = 0;
   float count = 0.0f;
   bool silent = true, right = true;
@@ -86,6 +87,7 @@ TEST(IoCycle, KeepsListAndDataWhereTheyAre) {
   cycle.play(other.data(), 256, kMoment);
   EXPECT_EQ(probe.list, list);
   EXPECT_EQ(probe.data, data);
+  EXPECT_EQ(probe.list->padding, 0u) << "lists are compared byte by byte";
 }
 
 TEST(IoCycle, CallsTheProcAgainForCyclesLongerThanItsBuffer) {
