@@ -63,8 +63,9 @@ bool pass(::audiskdelay &delay) {
                                           static_cast<std::int32_t>(::audiskdelay::kScratchBytes));
   if (bytes > 0) store(delay, static_cast<std::uint32_t>(bytes));
   if (delay.quit) return true;
-  if (delay.zero_delay_writeonly) delay.file.go_back(0);
-  if (delay.zero_delay_writeonly || delay.flush_pending) flush_read_ring(delay);
+  const bool writeonly = delay.zero_delay_writeonly;  // read once: the two belong together
+  if (writeonly) delay.file.go_back(0);
+  if (writeonly || delay.flush_pending) flush_read_ring(delay);
   return fill_read_ring(delay) || bytes > 0;
 }
 
