@@ -4,6 +4,7 @@
 #include <auspool/audevice.h>
 
 #include <cstdio>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -59,6 +60,9 @@ inline std::uint32_t find_device(const std::string &wanted) {
   if (wanted.empty()) return 0;
   if (wanted.find_first_not_of("0123456789") == std::string::npos)
     return static_cast<std::uint32_t>(number(wanted, 2, 0xFFFFFFFDu));
+  // Numbers are those of a backend as long as it is open, which it is while something uses it.
+  static const std::unique_ptr<audevice_watch, void (*)(audevice_watch *)> keeps_open(
+      audevice_watch_create([](void *) {}, nullptr), audevice_watch_destroy);
   for (const audevice_info &device : devices())
     if (wanted == device.uid) return device.id;
   throw UsageError("there is no device " + wanted);
