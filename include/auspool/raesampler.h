@@ -76,7 +76,7 @@ enum {
 /* RAESAMPLER_FLAG_SDM is for very high rates going down, such as 2822400 to 44100 Hz: the chain multiplies
  * blocks of samples by matrices instead of filtering. It is planned the same at every quality, which
  * decides the precision alone.
- * - It serves whole-number rates, the input's above the output's: each whole ratio from 2 to 300, and from
+ * - It serves whole-number rates, the input's above the output's: each whole ratio from 2 to 256, and from
  *   the multiples of 44100 and 48000 Hz up to 3072000 to 44100, 48000, 88200 and 96000. Null for other
  *   rates, and for ratios whose matrix would have more than 100000 entries, such as 64000 to 44100.
  * - Ratios that the tables of ready chains have are converted by those, as without the flag;
@@ -85,8 +85,11 @@ enum {
  *   -160 dB in 64-bit precision.
  * - The last stage works in blocks of 6386 output samples: what goes in comes out up to 11400 of them
  *   later. The delay itself is taken out, to within a sample of the output.
- * - A process designs each matrix once, when it is first asked for, in up to a second, and keeps it: at
- *   most 1.6 MB. Other creations that need a matrix wait meanwhile, later ones find it there. */
+ * - A process designs each matrix once, when it is first asked for, and keeps it, at most 1.6 MB each:
+ *   between the rates above in up to a second and 50 MB. Long blocks take more of both: ratios of two large
+ *   numbers, up to 4 seconds and 3 GB. Other creations that need a matrix wait meanwhile, later ones find it
+ *   there.
+ * - A rate_tolerance only helps rates that have no plan at all. */
 
 /* Plans and builds a chain.
  *

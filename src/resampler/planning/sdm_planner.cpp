@@ -128,7 +128,10 @@ std::int32_t generate_sdm_resampler_structure(resampler_structure *structure, do
   }
   const Factors factors = split(down, up);
   plan.add_power(factors.power);
-  if (!plan.add_rest(factors.rest, factors.up)) return -1;
+  if (!plan.add_rest(factors.rest, factors.up)) {
+    structure->count = 0;  // none of half a plan
+    return -1;
+  }
   plan.add_converter();
   return structure->count;
 }

@@ -155,7 +155,9 @@ TEST(SdmPlan, IsNoneWhereTheRateDoesNotFallOrIsNotWhole) {
 }
 
 TEST(SdmPlan, IsNoneForNumbersBeyondCounting) {
-  EXPECT_EQ(Plan(2147483647, 2147483645).count, -1);
+  const Plan none(2147483647, 2147483645);
+  EXPECT_EQ(none.count, -1);
+  EXPECT_EQ(none.structure.count, 0) << "nothing is left of the attempt";
   EXPECT_GT(Plan(1000000007, 44100).count, 0);  // a plan, if none that can be built
 }
 

@@ -206,7 +206,7 @@ std::unique_ptr<c2r_fft_converter> make_state(std::int32_t sample_size, std::int
 }
 
 bool is_length(std::int32_t length) {
-  constexpr std::int32_t kLeast = 3, kMost = 1 << 24;
+  constexpr std::int32_t kLeast = 2, kMost = 1 << 24;
   return length >= kLeast && length <= kMost;
 }
 

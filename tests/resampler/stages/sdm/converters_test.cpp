@@ -18,7 +18,7 @@ namespace {
 
 using Complex = std::complex<double>;
 using Signal = std::vector<Complex>;
-constexpr std::int32_t kLengths[] = {3, 4, 21, 101, 1001};
+constexpr std::int32_t kLengths[] = {2, 3, 4, 21, 101, 1001};
 
 // A stage that its builder made.
 using Builder = std::int32_t (*)(std::int32_t, raesampler_stage *, const stage_spec *, std::int32_t);

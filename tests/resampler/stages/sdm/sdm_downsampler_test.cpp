@@ -161,12 +161,10 @@ TYPED_TEST(SdmDownsampler, WritesWhatItReturnsAndNoMore) {
   for (const stage_spec &spec : specs()) {
     for (const std::int32_t stride : {1, 3}) {
       Stage stage(spec, this->kSize);
-      Signal expected;
       for (const std::int32_t blocks : {1, 3, 12}) {
         const std::int32_t count = blocks * spec.block_size;
         const Signal in =
             this->input_of(spec, static_cast<std::size_t>(count), 30u + static_cast<std::uint32_t>(blocks));
-        Stage other(spec, this->kSize);
         auto run = run_of<TypeParam>(in, 0, in.size());
         const std::int32_t promised = stage.outputs(this->values(spec, count));
         std::vector<TypeParam> out(static_cast<std::size_t>(stride * (promised + 2 * spec.transform_size)), kUntouched);
