@@ -14,7 +14,7 @@ struct Entry {
 };
 
 // In the order in which they are written.
-constexpr Entry kTexts[] = {{"TITLE", "Title"},          {"ARTIST", "Artist"},     {"ALBUM", "Album"},
+constexpr Entry kTexts[] = {{"TITLE", "Title"},          {"ALBUM", "Album"},       {"ARTIST", "Artist"},
                             {"ALBUMARTIST", "Sidekick"}, {"COMMENT", "Comment"},   {"GENRE", "Genre"},
                             {"ENCODEDBY", "Encoder"},    {"COMPOSER", "Composer"}, {"GROUPING", "Grouping"}};
 constexpr Entry kNumbers[] = {{"TRACKNUMBER", "TrackNum"},   {"DATE", "Year"},           {"TRACKTOTAL", "TrackTotal"},

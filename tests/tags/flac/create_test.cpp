@@ -61,7 +61,7 @@ TEST_F(FlacBlocksMade, HoldTheCommentsInTheirOrder) {
   }
   for (const char *key : {"Lyrics", "EncoderSettings"}) audict_set_string(tag.get(), key, "not in FLAC");
   EXPECT_EQ(comments_in(blocks(tag.get())),
-            (std::vector<std::string>{"TITLE=Title", "ARTIST=Artist", "ALBUM=Album", "ALBUMARTIST=Sidekick",
+            (std::vector<std::string>{"TITLE=Title", "ALBUM=Album", "ARTIST=Artist", "ALBUMARTIST=Sidekick",
                                       "COMMENT=Comment", "GENRE=Genre", "ENCODEDBY=Encoder", "COMPOSER=Composer",
                                       "GROUPING=Grouping", "TRACKNUMBER=6", "DATE=5", "TRACKTOTAL=4", "DISCNUMBER=3",
                                       "DISCTOTAL=2", "BPM=1", "COMPILATION=0"}));
