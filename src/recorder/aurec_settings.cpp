@@ -86,13 +86,13 @@ void aurec_set_limit(aurec *rec, std::int64_t value, std::int32_t is_time) {
   if (value >= 1) {
     limit = is_time ? std::clamp<std::int64_t>(value, 60, 86400) : std::clamp<std::int64_t>(value, 1048576, INT32_MAX);
   }
-  rec->ext_vars.set_limit(limit, is_time != 0);
+  rec->ext_vars.limit = ext_vars_t::Limit{static_cast<std::int32_t>(limit), is_time != 0};
 }
 
 std::int64_t aurec_limit(const aurec *rec, std::int32_t *is_time_out) {
-  const auto [value, is_time] = rec->ext_vars.read_limit();
-  if (is_time_out) *is_time_out = is_time;
-  return value;
+  const ext_vars_t::Limit limit = rec->ext_vars.limit;
+  if (is_time_out) *is_time_out = limit.limit_is_time;
+  return limit.value;
 }
 
 void aurec_set_silence_killer(aurec *rec, std::int32_t mode, float rms_threshold_db, float seconds) {

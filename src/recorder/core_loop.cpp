@@ -50,7 +50,7 @@ bool Recorder::countdown_ended(std::int32_t frames_written) {
 bool Recorder::limit_passed() {
   const double seconds = static_cast<double>(file_frames) / static_cast<double>(rate_out);
   if (seconds + 1.0 > kLongestFile) return true;
-  const auto [limit, limit_is_time] = ext_vars->read_limit();
+  const auto [limit, limit_is_time] = static_cast<ext_vars_t::Limit>(ext_vars->limit);
   if (limit != 0 && limit_is_time && seconds > static_cast<double>(limit)) return true;
   // A file without audio is not split by its size: large tags would make one empty file after the other.
   if (file_frames == 0) return false;

@@ -1,7 +1,6 @@
 // What a record shares with the recording that runs on it.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -21,11 +20,14 @@ using MeterPtr = std::unique_ptr<smeter, DestroyWith<smeter_destroy>>;
 
 enum SilenceMode : std::int32_t { kSilenceOff = 0, kSilenceSkip = 1, kSilenceSplit = 2, kSilenceStop = 3 };
 
-// The control thread writes the settings while worker and audio thread read them. `limit` and its unit alone must be
-// read as one.
+// The control thread writes the settings while worker and audio thread read them.
 struct ext_vars_t {
-  std::atomic<std::int64_t> limit{0};  // seconds or bytes, 0 for none
-  std::atomic<std::int32_t> limit_is_time{0};
+  // Read and written as one: a number of the one unit is never met with the other.
+  struct alignas(8) Limit {
+    std::int32_t value;  // seconds or bytes, 0 for none
+    std::int32_t limit_is_time;
+  };
+  Relaxed<Limit> limit{Limit{0, 0}};
   Relaxed<std::uint32_t> skip_handler_action{0};
   platform::Semaphore semaphore;  // wakes the worker
   RingPtr ring;                   // interleaved stereo float frames, written by the audio thread, read by the worker
@@ -37,13 +39,6 @@ struct ext_vars_t {
   // What the control thread wishes of the meter; the audio thread, whose meter it is, follows at its next block.
   Relaxed<float> silence_threshold_db{-120.0f};
   Relaxed<std::uint32_t> meter_resets{0};
-
-  void set_limit(std::int64_t value, bool is_time);
-  struct Limit {
-    std::int64_t value;
-    bool is_time;
-  };
-  Limit read_limit() const;
 };
 
 }  // namespace auspool

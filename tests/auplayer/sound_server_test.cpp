@@ -155,7 +155,7 @@ TYPED_TEST(PlayerOnServer, FollowsTheGraphsRateAndGoesOn) {
       usleep(10000);
     }
   }
-  EXPECT_EQ(this->player->device_rate, 44100.0f);
+  ASSERT_EQ(this->player->device_rate, 44100.0f);
   const MonitorRecorder sink(*this->server, "main", "FL,FR", 44100);
   EXPECT_TRUE(eventually([&] { return this->longest(sink) >= 4800; })) << "exact: the rates are equal now";
 }
