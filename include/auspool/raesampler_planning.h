@@ -80,8 +80,9 @@ AUSPOOL_API int32_t generate_resampler_structure2(int32_t quality, uint32_t drif
                                                   double output_rate);
 
 /* A chain of block transforms, the same at every quality: for whole-number rates going down. `cost` and `memory` become
- * 0. Returns the number of stages, or -1 for other rates and for ratios whose numbers are beyond it. Whether the stages
- * can be built is another matter: a ratio of two large numbers needs a matrix that is refused. */
+ * 0. Returns the number of stages, or -1, with none in `structure`, for other rates and for ratios whose numbers are
+ * beyond it. Whether the stages can be built is another matter: a ratio of two large numbers needs a matrix that is
+ * refused. */
 AUSPOOL_API int32_t generate_sdm_resampler_structure(resampler_structure *structure, double input_rate,
                                                      double output_rate);
 

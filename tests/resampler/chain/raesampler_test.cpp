@@ -171,12 +171,6 @@ TEST(Raesampler, AReadyChainStandsEvenWhereBlockTransformsAreAskedFor) {
   EXPECT_EQ(r->stage_count, 1);
 }
 
-TEST(Raesampler, BlockTransformsServeWholeRatiosUpToThoseOfAnyChain) {
-  EXPECT_TRUE(create(255000, 1000, RAESAMPLER_FLAG_SDM));
-  EXPECT_TRUE(create(256000, 1000, RAESAMPLER_FLAG_SDM));
-  EXPECT_FALSE(create(257000, 1000, RAESAMPLER_FLAG_SDM));
-}
-
 TEST(Raesampler, ADriftRatioReachesEveryChannel) {
   const RaesamplerHandle r = create(48000, 44100, RAESAMPLER_FLAG_DRIFT, 3);
   const auto in = random_samples<float>(2000, 4);

@@ -1,7 +1,9 @@
 #include "resampler/stages/sdm/c2r_converter.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
+#include <new>
 
 #include "auspool/filter_design.h"
 #include "auspool/raesampler_stages.h"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <memory>
-#include <stdexcept>
+#include <new>
 
 #include "auspool/filter_design.h"
 #include "auspool/raesampler_stages.h"

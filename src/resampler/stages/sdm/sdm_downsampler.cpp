@@ -1,6 +1,9 @@
 #include "resampler/stages/sdm/sdm_downsampler.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
 #include <utility>
 
 #include "auspool/raesampler_stages.h"
@@ -232,8 +235,9 @@ using namespace auspool;
 
 std::int32_t create_sdm_downsampler_stage(std::int32_t sample_size, raesampler_stage *stage, const stage_spec *spec,
                                           std::int32_t channels) {
-  const transform_matrix *matrix = find_sdm_trmx(spec->transform_size, spec->block_size);
-  return build_stage(matrix != nullptr, sample_size, channels, [&] {
+  return build_stage(true, sample_size, channels, [&] {
+    const transform_matrix *matrix = find_sdm_trmx(spec->transform_size, spec->block_size);
+    if (!matrix) throw std::invalid_argument("no matrix of these sizes");
     StageInProgress built(sample_size == 4 ? operations<float>() : operations<double>(), channels);
     const auto entries = static_cast<std::size_t>(spec->transform_size) * static_cast<std::size_t>(spec->block_size);
     share_matrix(built, sample_size, *matrix, entries);

@@ -163,6 +163,8 @@ TYPED_TEST(Converters, DoubleThePositiveFrequenciesAndDropTheNegative) {
   }
 }
 
+// What comes after a preroll is the same signal, as much later as a prerolled line is fuller than a fresh one: 50
+// samples directly, and 2 * 128 - 50 in blocks.
 TYPED_TEST(Converters, PrerollIsSilence) {
   const Signal in = random_signal(3000, 4);
   for (const Builder build : kBuilders) {
@@ -173,12 +175,10 @@ TYPED_TEST(Converters, PrerollIsSilence) {
     prerolled.feed(in, 0, 1, out);
     ASSERT_FALSE(out.empty()) << "one sample is enough";
     prerolled.feed(in, 1, in.size() - 1, out);
-    // The same signal, as much later as the preroll is longer than a fresh line.
-    const std::size_t late = 50, count = std::min(first.size(), out.size() - late);
-    const std::size_t delay = build == create_c2r_converter_stage ? late : out.size();
-    if (delay > out.size() - count) continue;
-    ASSERT_TRUE(std::equal(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(count),
-                           out.begin() + static_cast<std::ptrdiff_t>(delay)));
+    const std::size_t late = build == create_c2r_converter_stage ? 50 : 206;
+    const std::size_t count = std::min(first.size(), out.size() - late);
+    ASSERT_GT(count, 2000u);
+    for (std::size_t i = 0; i < count; ++i) ASSERT_NEAR(out[late + i], first[i], this->kSize == 4 ? 2e-6 : 1e-13) << i;
   }
 }
 

@@ -291,6 +291,8 @@ TEST(SdmDownsampler, PaddingIsHalfABlock) {
   EXPECT_EQ(Stage(transform_spec(64, 32), 8)->padding(Stage(transform_spec(64, 32), 8).state()), 32);
   Stage complex(transform_spec(64, 32, true), 8);
   EXPECT_EQ(complex->padding(complex.state()), 64);
+  Stage odd(transform_spec(37, 30, true), 8);
+  EXPECT_EQ(odd->padding(odd.state()), 37);
 }
 
 // For whole transforms a block more than it takes, but for exactly one.
@@ -336,6 +338,10 @@ TEST(SdmDownsampler, RefusesWhatHasNoMatrix) {
     EXPECT_EQ(create_sdm_downsampler_stage(8, &stage, &spec, 1), -1);
   }
   const stage_spec fine = transform_spec(32, 32);
+  const long before = allocation_count();
+  const stage_spec undesigned = transform_spec(41, 32);
+  EXPECT_EQ(create_sdm_downsampler_stage(2, &stage, &undesigned, 1), -1);
+  EXPECT_EQ(allocation_count(), before) << "nothing is designed for it";
   EXPECT_EQ(create_sdm_downsampler_stage(2, &stage, &fine, 1), -1);
   EXPECT_EQ(create_sdm_downsampler_stage(8, &stage, &fine, 0), -1);
   EXPECT_FALSE(stage.states);
