@@ -337,6 +337,8 @@ TEST(RecorderPCM, TagsOfEachFileStandBetweenHeaderAndAudio) {
     const Samples audio = noise(1001, 1);
     for (std::size_t file = 1; file <= 3; ++file) {
       host.feed(audio, audio);
+      // With a block in the worker's hands the cut would come that block early.
+      host.wait_until([&] { return aurec_file_time(host) * 44100 > 1000.5; }, "the worker");
       if (file < 3) aurec_make_new_file(host);
       host.wait_until([&] { return host.count("start") == std::min<std::size_t>(file + 1, 3); }, "the next file");
     }
